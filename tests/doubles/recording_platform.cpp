@@ -40,6 +40,7 @@ RecordingPlatform& RecordingPlatform::instance() {
 void RecordingPlatform::reset() {
   const Lock lock(mutex_);
   calls_.clear();
+  observer_ = nullptr;
   scripts_.clear();
   refusedIds_.clear();
   subscriptions_.clear();
@@ -50,8 +51,21 @@ void RecordingPlatform::reset() {
 }
 
 void RecordingPlatform::record(Call call) {
+  std::function<void(const Call&)> observer;
+  {
+    const Lock lock(mutex_);
+    calls_.push_back(call);
+    observer = observer_;
+  }
+  // Without the lock: an observer may take its time, and deliver events.
+  if (observer) {
+    observer(call);
+  }
+}
+
+void RecordingPlatform::setObserver(std::function<void(const Call&)> observer) {
   const Lock lock(mutex_);
-  calls_.push_back(std::move(call));
+  observer_ = std::move(observer);
 }
 
 std::vector<Call> RecordingPlatform::calls() const {
@@ -84,7 +98,7 @@ void RecordingPlatform::refuseUnsubscribe(unsigned id) {
 
 bool RecordingPlatform::failureDue(const std::string& function,
                                    const std::vector<std::string>& arguments, Failure& failure) {
-  const Lock lock(mutex_);
+  std::unique_lock lock(mutex_);
   bool due = false;
   const auto [begin, end] = scripts_.equal_range(function);
   for (auto script = begin; script != end;) {
@@ -97,7 +111,8 @@ bool RecordingPlatform::failureDue(const std::string& function,
     }
   }
   if (due && failure.how == Failure::How::kThrow) {
-    calls_.push_back({function, arguments, "exception"});
+    lock.unlock();
+    record({function, arguments, "exception"});
     throw std::runtime_error(failure.text);
   }
   return due;

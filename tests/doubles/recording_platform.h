@@ -7,6 +7,7 @@
 #include <wsevent.h>
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <set>
@@ -77,6 +78,8 @@ class RecordingPlatform {
   void reset();
 
   void record(Call call);
+  /// Called with each call right after it was recorded, in the thread that made it.
+  void setObserver(std::function<void(const Call&)> observer);
   std::vector<Call> calls() const;
   /// The record as texts.
   std::vector<std::string> texts() const;
@@ -119,6 +122,7 @@ class RecordingPlatform {
 
   mutable std::recursive_mutex mutex_;
   std::vector<Call> calls_;
+  std::function<void(const Call&)> observer_;
   std::multimap<std::string, Script> scripts_;
   std::set<unsigned> refusedIds_;
   std::map<unsigned, Subscription> subscriptions_;
