@@ -1,0 +1,84 @@
+// SPDX-FileCopyrightText: 2026 the lumenfeed developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/support/bus_client.h"
+#include "tests/support/fake_streaming_service.h"
+#include "tests/support/glib_test.h"
+#include "tests/support/platform_control.h"
+#include "tests/support/private_bus.h"
+#include "tests/support/process.h"
+
+namespace integration {
+
+// The levels of the service's log lines.
+constexpr int kInfo = 64;
+constexpr int kWarning = 16;
+constexpr int kError = 256;
+
+constexpr const char* kErrorPrefix = "com.ovra.WSDataStreaming1.DataSource.Error.";
+
+/// One filter with this topic, as a configuration request's payload.
+std::string topicPayload(const std::string& topic = "tns1:Device//.");
+
+/// The program as it is shipped, one or several of it, on the doubles and on a private bus.
+class Service {
+ public:
+  explicit Service(const support::PrivateBus& bus);
+
+  /// Starts, and goes on at once.
+  void launch();
+  /// Starts, and returns when the name is owned.
+  void start();
+  /// Asks to stop, and waits for the end.
+  support::ExitStatus stop();
+  /// This line is no surprise, and must come; waits for it.
+  void expectLog(int level, const std::string& text);
+  /// Lines that came and that no expectLog() named, other than those of a plain start and stop.
+  std::vector<support::LogLine> surprises();
+
+  support::PlatformControl platform;
+  std::unique_ptr<support::Process> process;
+
+ private:
+  support::Environment environment_;
+  std::vector<support::LogLine> expected_;
+};
+
+/// A service, the streaming service and a caller. After each test the service is stopped, if it
+/// still runs, and must have ended in order, without a log line that nobody expected, and without
+/// a handle of the platform left.
+class ServiceTest : public support::GlibTest {
+ protected:
+  explicit ServiceTest(const std::string& busFragments = {});
+  void TearDown() override;
+
+  /// Starts the service, with a caller that is connected.
+  void start();
+  /// Opens a session and configures it with one filter; returns the subscription's id.
+  std::string configured(const std::string& session);
+  /// The test ended the service itself, in another way than with status 0.
+  void expectEnd(support::ExitStatus status) { expectedEnd_ = status; }
+
+  support::PrivateBus bus;
+  support::FakeStreamingService streaming;
+  Service service;
+  support::BusClient client;
+  support::PlatformControl& platform;
+
+ private:
+  support::ExitStatus expectedEnd_{false, 0};
+};
+
+/// Status 0.
+constexpr support::ExitStatus kInOrder{false, 0};
+
+}  // namespace integration
