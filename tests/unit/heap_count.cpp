@@ -7,22 +7,11 @@
 #include <cstdlib>
 #include <new>
 
-#include "tests/doubles/recording_platform.h"
-
 namespace {
 
 std::atomic<std::size_t> objects{0};
 
 }  // namespace
-
-// The linker hands free() of this program to __wrap_free, and __real_free is free() itself.
-extern "C" {
-void __real_free(void* memory);   // NOLINT(bugprone-reserved-identifier)
-void __wrap_free(void* memory) {  // NOLINT(bugprone-reserved-identifier)
-  doubles::RecordingPlatform::instance().jsonTextFreed(memory);
-  __real_free(memory);
-}
-}
 
 void* operator new(std::size_t size) {
   void* const memory = std::malloc(size == 0 ? 1 : size);
@@ -36,7 +25,7 @@ void* operator new(std::size_t size) {
 void operator delete(void* memory) noexcept {
   if (memory != nullptr) {
     --objects;
-    __real_free(memory);
+    std::free(memory);
   }
 }
 

@@ -12,7 +12,7 @@ namespace unit {
 
 /// Puts every log line into the platform's record while it lives, as "log(LEVEL, DOMAIN, TEXT)",
 /// DOMAIN being "no domain" where there is none. What GLib itself complains about shows up there,
-/// too.
+/// too, but not what it tells its own debuggers.
 class RecordedLog {
  public:
   RecordedLog();
