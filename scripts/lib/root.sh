@@ -1,0 +1,115 @@
+# SPDX-FileCopyrightText: 2026 the lumenfeed developers
+# SPDX-License-Identifier: MIT
+# shellcheck shell=bash
+#
+# Bare Debian 12 roots, for the checks that need a machine of their own. Sourced; needs root.
+#
+# Bases are made once with debootstrap and kept in $LUMENFEED_ROOT_CACHE; work happens in an overlay
+# over a base, thrown away at the end. What runs in a root has its own processes, so that none is
+# left behind.
+
+root_suite=bookworm
+root_cache=${LUMENFEED_ROOT_CACHE:-/var/cache/lumenfeed/roots}
+root_work=
+
+# Fails early, with what is missing.
+root_require() {
+  if [ "$(id -u)" -ne 0 ]; then
+    echo "$(basename "$0"): only root may make the roots that this check runs in" >&2
+    exit 1
+  fi
+  scripts/install-deps package
+}
+
+# root_lend ROOT: the machine's package sources, with its way to them.
+root_lend() {
+  local root=$1
+  rm -f "$root/etc/apt/sources.list"
+  cp /etc/apt/sources.list "$root/etc/apt/" 2>/dev/null || true
+  cp -r /etc/apt/sources.list.d "$root/etc/apt/"
+  apt-config dump | grep -E '^Acquire::(https?|Retries)' >"$root/etc/apt/apt.conf.d/90host" || true
+  cp /etc/resolv.conf /etc/hosts "$root/etc/"
+  printf '#!/bin/sh\nexit 101\n' >"$root/usr/sbin/policy-rc.d"
+  chmod 755 "$root/usr/sbin/policy-rc.d"
+}
+
+# root_base PACKAGE...: prints the folder of a base with these packages, made if it is not there.
+# shellcheck disable=SC2120  # called without a package as well
+root_base() {
+  local key base bare mirror
+  key=$(printf '%s\n' "$root_suite" "$@" | sha256sum | cut -c1-12)
+  base=$root_cache/$key
+  if [ ! -e "$base.ready" ]; then
+    mkdir -p "$root_cache"
+    rm -rf "${base:?}"
+    if [ $# -eq 0 ]; then
+      # shellcheck disable=SC2016  # expanded by apt-get
+      mirror=$(apt-get indextargets --format '$(REPO_URI)' "Codename: $root_suite" |
+        sort -u | head -1)
+      debootstrap --variant=minbase "$root_suite" "$base" "$mirror" >"$base.log" 2>&1 ||
+        { tail -3 "$base.log" >&2; return 1; }
+      root_lend "$base"
+    else
+      # shellcheck disable=SC2119  # none of our packages are in it
+      bare=$(root_base)
+      cp -a "$bare" "$base"
+      root_in "$base" sh -c 'apt-get update -qq && apt-get install -y -qq --no-install-recommends "$@"' \
+        sh "$@" >"$base.log" 2>&1 || { tail -3 "$base.log" >&2; return 1; }
+    fi
+    touch "$base.ready"
+  fi
+  echo "$base"
+}
+
+# root_in ROOT COMMAND...: in a root, with its own processes and mounts.
+root_in() {
+  local root=$1
+  shift
+  # shellcheck disable=SC2016  # expanded inside
+  unshare --mount --pid --fork --kill-child sh -euc '
+    root=$1; shift
+    mount -t proc proc "$root/proc"
+    mount -t tmpfs -o mode=755 tmpfs "$root/dev"
+    mkdir "$root/dev/pts" "$root/dev/shm"
+    mount -t devpts -o ptmxmode=666 devpts "$root/dev/pts"
+    mount -t tmpfs -o mode=1777 tmpfs "$root/dev/shm"
+    for node in null zero full random urandom tty; do
+      touch "$root/dev/$node"
+      mount --bind "/dev/$node" "$root/dev/$node"
+    done
+    ln -s /proc/self/fd "$root/dev/fd"
+    exec chroot "$root" /usr/bin/env -i HOME=/root LANG=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
+      PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin "$@"
+  ' sh "$root" "$@"
+}
+
+# root_over BASE NAME: prints the folder of a fresh root over a base, gone when the script ends.
+root_over() {
+  local base=$1 layer=$root_work/$2
+  mkdir -p "$layer/upper" "$layer/work" "$layer/root"
+  mount -t overlay overlay -o "lowerdir=$base,upperdir=$layer/upper,workdir=$layer/work" "$layer/root"
+  echo "$layer/root"
+}
+
+root_cleanup() {
+  local mount
+  for mount in "$root_work"/*/root; do
+    umount "$mount" 2>/dev/null || true
+  done
+  rm -rf --one-file-system "$root_work"
+}
+
+# root_begin: to be called once, before root_over.
+root_begin() {
+  mkdir -p "$root_cache"
+  root_work=$(mktemp -d "$root_cache/work.XXXXXX")
+  trap root_cleanup EXIT
+}
+
+# root_build_base PACKAGE...: prints a base that debian/control can be built in, and these packages.
+root_build_base() {
+  local -a needed
+  mapfile -t needed < <(sed -n '/^Build-Depends:/,/^$/p' debian/control |
+    sed 's/^Build-Depends://; s/([^)]*)//g; s/debhelper-compat/debhelper/' | tr -d ' ,' | grep .)
+  root_base build-essential "${needed[@]}" "$@"
+}
