@@ -1,0 +1,60 @@
+// SPDX-FileCopyrightText: 2026 the lumenfeed developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <cstdint>
+
+namespace event {
+
+/// Decides how many events may be delivered and when, so that what the callbacks set going (in the
+/// service: one asynchronous call for each event) does not pile up.
+///
+/// The results cannot be seen, but they come to the same main context, and make it turn. Calls are
+/// allowed up to a window; when that is used up, more are allowed once the context has turned for
+/// results and then come to rest. If nothing at all comes back, the other side stands still: then
+/// a few calls are tried at growing intervals. All times are of the monotonic clock, in
+/// microseconds.
+class Pace {
+ public:
+  /// Below the 128 calls in flight that a bus allows unless it is configured otherwise.
+  static constexpr unsigned int kWindow = 96;
+
+  /// The main context turned for others than us.
+  void turned(std::int64_t now);
+  /// To be called before allowed(): takes into account what happened until now.
+  void settle(std::int64_t now);
+  /// How many calls may be made within that window.
+  unsigned int allowed(unsigned int window) const;
+  /// That many callbacks have been called since settle(), and set something going.
+  void called(unsigned int calls, std::int64_t now);
+  /// After allowed() said none: how long to wait before asking again.
+  std::int64_t wait(std::int64_t now) const;
+
+ private:
+  /// Calls that are tried when nothing comes back.
+  static constexpr unsigned int kTry = 4;
+  /// With so many turns for each call, the context is busy with something else.
+  static constexpr unsigned int kNoise = 4;
+  static constexpr std::int64_t kFirstHold = 20'000;
+  static constexpr std::int64_t kLongestHold = 1'000'000;
+  static constexpr std::int64_t kShortestRest = 100;
+  static constexpr std::int64_t kLongestRest = 200'000;
+
+  /// Turns that were not for what the callbacks left to be done at once: one for each batch.
+  unsigned int results() const { return turns_ > batches_ ? turns_ - batches_ : 0; }
+  bool atRest(std::int64_t now) const;
+  std::int64_t rest() const;
+  void clear();
+
+  unsigned int calls_ = 0;
+  unsigned int batches_ = 0;
+  unsigned int turns_ = 0;
+  std::int64_t lastCall_ = 0;
+  std::int64_t lastTurn_ = 0;
+  std::int64_t gap_ = kShortestRest / 4;
+  std::int64_t hold_ = kFirstHold;
+  bool try_ = false;
+};
+
+}  // namespace event
