@@ -50,7 +50,7 @@ void RecordingPlatform::reset() {
   jsonTexts_.clear();
 }
 
-void RecordingPlatform::record(Call call) {
+void RecordingPlatform::record(const Call& call) {
   std::function<void(const Call&)> observer;
   {
     const Lock lock(mutex_);

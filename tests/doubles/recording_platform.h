@@ -77,7 +77,7 @@ class RecordingPlatform {
   /// still outstanding must not be used afterwards.
   void reset();
 
-  void record(Call call);
+  void record(const Call& call);
   /// Called with each call right after it was recorded, in the thread that made it.
   void setObserver(std::function<void(const Call&)> observer);
   std::vector<Call> calls() const;

@@ -57,7 +57,7 @@ TEST_F(EventTest, TextGoesOutByteForByte) {
 }
 
 TEST_F(EventTest, TextMayBeLarge) {
-  const std::string json(1024 * 1024, 'x');
+  const std::string json(1024U * 1024, 'x');
   EXPECT_TRUE(payloadOf(json) == R"({"notification":)" + json + "}");
 }
 
