@@ -11,3 +11,9 @@ if(LUMENFEED_SANITIZE)
     add_compile_options(-fno-sanitize-recover=undefined)
   endif()
 endif()
+
+# What the fuzzers steer by, in everything that they link.
+if(LUMENFEED_BUILD_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+  add_link_options(-fsanitize=fuzzer-no-link)
+endif()

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "platform/host/filter/syntax_error.h"
+
 namespace filter_check {
 namespace {
 
@@ -32,13 +34,10 @@ Character characterAt(std::string_view text, std::size_t offset, std::size_t& si
   const bool valid =
       character != static_cast<gunichar>(-1) && character != static_cast<gunichar>(-2);
   if (!valid || (character != ' ' && g_unichar_isgraph(character) == FALSE)) {
-    size = valid && character > 0x7F
-               ? static_cast<std::size_t>(g_utf8_next_char(text.data() + offset) -
-                                          (text.data() + offset))
-               : 1;
+    size = valid ? filter::characterSize(text.substr(offset)) : 1;
     return {offset, "?", " "};
   }
-  size = static_cast<std::size_t>(g_utf8_next_char(text.data() + offset) - (text.data() + offset));
+  size = filter::characterSize(text.substr(offset));
   const bool nothing = g_unichar_iszerowidth(character) != FALSE;
   const bool wide = g_unichar_iswide(character) != FALSE;
   return {offset, std::string(text.substr(offset, size)), nothing ? "" : wide ? "  " : " "};

@@ -100,15 +100,16 @@ std::string FilterRandom::localTopic() {
 
 std::string FilterRandom::jsonString(const std::string& text) {
   std::string json = "\"";
-  for (const char* at = text.c_str(); *at != '\0'; at = g_utf8_next_char(at)) {
-    const gunichar character = g_utf8_get_char(at);
+  for (std::size_t at = 0, size = 0; at < text.size(); at += size) {
+    const gunichar character = g_utf8_get_char(text.data() + at);
+    size = static_cast<std::size_t>(g_unichar_to_utf8(character, nullptr));
     const bool must = character < 0x20 || character == '"' || character == '\\';
     if (character < 0x10000 && (must || oneIn(4))) {
       char escape[8];
       std::snprintf(escape, sizeof escape, oneIn(2) ? "\\u%04x" : "\\u%04X", character);
       json += escape;
     } else {
-      json.append(at, static_cast<std::size_t>(g_utf8_next_char(at) - at));
+      json += text.substr(at, size);
     }
   }
   return json + "\"";

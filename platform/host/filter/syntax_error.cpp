@@ -54,7 +54,7 @@ void throwUnexpected(std::string_view text, const std::string& expected, std::st
 }
 
 std::size_t characterSize(std::string_view text) {
-  return static_cast<std::size_t>(g_utf8_next_char(text.data()) - text.data());
+  return static_cast<std::size_t>(g_utf8_skip[static_cast<unsigned char>(text.front())]);
 }
 
 std::string quoted(std::string_view text) {
