@@ -294,6 +294,9 @@ gboolean Console::onTimeOver(gpointer data) {
 
 gboolean Console::onSignal(gpointer data) {
   auto* self = static_cast<Console*>(data);
+  // GLib gives the signals back only after this: a second one must count from the first call on.
+  std::signal(SIGINT, SIG_DFL);
+  std::signal(SIGTERM, SIG_DFL);
   const bool enough = self->options_.count == 0;
   self->finish(enough ? kDone : kTimedOut, enough ? "" : "interrupted: " + self->tally());
   return G_SOURCE_REMOVE;

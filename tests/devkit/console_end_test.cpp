@@ -100,7 +100,7 @@ TEST_F(ConsoleEnd, ASignalWhileTheSessionIsOpenedStillRemovesIt) {
 TEST_F(ConsoleEnd, ASecondSignalEndsItAtOnce) {
   source_.holdBack("RemoveSession");
   ASSERT_TRUE(startAccepted());
-  console_->signal(SIGTERM);
+  console_->signal(SIGINT);
   ASSERT_TRUE(source_.waitForCalls(3));
   console_->signal(SIGTERM);
   EXPECT_EQ(exitStatus(), -SIGTERM);
