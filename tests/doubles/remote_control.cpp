@@ -8,10 +8,11 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <map>
 #include <sstream>
 #include <stdexcept>
-#include <utility>
 
 #include "common/ptr.h"
 
@@ -26,11 +27,11 @@ std::string escaped(const std::string& text) {
   return common::GCharPtr(g_strescape(text.c_str(), nullptr)).get();
 }
 
-/// What is left of a line, without the blank before it.
+/// What is left of a line, without the one blank before it.
 std::string remainder(std::istringstream& words) {
   std::string text;
-  std::getline(words >> std::ws, text);
-  return text;
+  std::getline(words, text);
+  return text.empty() ? text : text.substr(1);
 }
 
 Failure::How howFrom(const std::string& word) {
@@ -116,14 +117,10 @@ void RemoteControl::execute(const std::string& command, const std::string& rest)
   } else if (command == "deliver") {
     deliver(rest);
   } else if (command == "hold") {
-    std::istringstream words(rest);
-    std::string function;
-    unsigned nth = 1;
-    words >> function >> nth;
-    if (function.empty()) {
+    if (rest.empty()) {
       hold("here");
     } else {
-      holds_[function] = nth == 0 ? 1 : nth;
+      holds_.push_back(rest);
     }
   } else if (command == "release") {
     held_ = false;
@@ -214,10 +211,13 @@ void RemoteControl::observe(const Call& call) {
     record_ << '\t' << escaped(argument);
   }
   record_ << "\t=" << escaped(call.result) << '\n' << std::flush;
-  const auto found = holds_.find(call.function);
-  if (found != holds_.end() && --found->second == 0) {
+  const auto found = std::find_if(holds_.begin(), holds_.end(), [&](const std::string& text) {
+    return call.text().find(text) != std::string::npos;
+  });
+  if (found != holds_.end()) {
+    const std::string text = *found;
     holds_.erase(found);
-    hold(call.function);
+    hold(text);
   }
 }
 

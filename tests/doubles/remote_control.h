@@ -6,8 +6,8 @@
 #include <glib.h>
 
 #include <fstream>
-#include <map>
 #include <string>
+#include <vector>
 
 #include "tests/doubles/recording_platform.h"
 
@@ -41,8 +41,8 @@ class RemoteControl {
   int control_ = -1;
   std::string buffer_;
   std::ofstream record_;
-  /// Which call of each function to hold, counted down.
-  std::map<std::string, unsigned> holds_;
+  /// Texts of the calls at which to hold.
+  std::vector<std::string> holds_;
   bool held_ = false;
 };
 

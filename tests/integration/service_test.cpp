@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <utility>
 
 namespace integration {
 
@@ -25,7 +26,21 @@ std::string topicPayload(const std::string& topic) {
   return R"({"eventFilterList":[{"topicFilter":")" + topic + R"("}]})";
 }
 
-Service::Service(const support::PrivateBus& bus) : environment_(bus.environment()) {
+support::ReceivedCall response(const std::string& session, const std::string& requestId) {
+  return {"SendResponse", {session, "1.0", requestId, "events", "configure", "{}"}};
+}
+
+support::ReceivedCall errorResponse(const std::string& session, const std::string& requestId,
+                                    const std::string& method, const std::string& payload) {
+  return {"SendErrorResponse", {session, "1.0", requestId, "events", method, payload}};
+}
+
+support::ReceivedCall streamData(const std::string& session, const std::string& eventJson) {
+  return {"SendStreamData",
+          {session, "1.0", "events", "notify", "{\"notification\":" + eventJson + "}"}};
+}
+
+Service::Service(support::Environment environment) : environment_(std::move(environment)) {
   environment_["LD_LIBRARY_PATH"] = LUMENFEED_DOUBLES_DIR;
   environment_.merge(platform.environment());
 }
@@ -48,7 +63,14 @@ ExitStatus Service::stop() {
 }
 
 void Service::expectLog(int level, const std::string& text) {
-  const LogLine line{level, "-", text};
+  expectLine({level, "-", text});
+}
+
+void Service::expectGlibLog(int level, const std::string& domain, const std::string& text) {
+  expectLine({level, domain, text});
+}
+
+void Service::expectLine(const LogLine& line) {
   const auto times = std::count(expected_.begin(), expected_.end(), line) + 1;
   EXPECT_TRUE(support::waitFor([&] {
     const std::vector<LogLine> lines = platform.log();
@@ -77,10 +99,10 @@ std::vector<LogLine> Service::surprises() {
   return lines;
 }
 
-ServiceTest::ServiceTest(const std::string& busFragments)
+ServiceTest::ServiceTest(const std::string& busFragments, bool streamingPresent)
     : bus(busFragments),
-      streaming(bus),
-      service(bus),
+      streaming(bus, streamingPresent),
+      service(bus.environment()),
       client(bus.connect()),
       platform(service.platform) {}
 
@@ -90,12 +112,28 @@ void ServiceTest::start() {
 
 std::string ServiceTest::configured(const std::string& session) {
   EXPECT_TRUE(client.createSession(session).ok());
-  const std::size_t before = platform.count("event_consumer_subscribe");
-  const std::size_t answered = streaming.calls().size();
-  EXPECT_TRUE(client.handleRequest(session, topicPayload()).ok());
-  EXPECT_TRUE(platform.waitForCall("event_consumer_subscribe", before + 1));
-  EXPECT_TRUE(streaming.waitForCalls(answered + 1));
+  configure(session, topicPayload());
   return platform.subscriptions().back().id;
+}
+
+void ServiceTest::configure(const std::string& session, const std::string& payload) {
+  const std::size_t answered = streaming.calls("SendResponse").size();
+  EXPECT_TRUE(client.handleRequest(session, payload).ok());
+  EXPECT_TRUE(streaming.waitForCalls(answered + 1, "SendResponse"));
+}
+
+void ServiceTest::forgetCalls() {
+  // An answer may be here before the service has done the rest.
+  platform.sync();
+  forgotten_ = platform.calls().size();
+}
+
+std::vector<std::string> ServiceTest::platformCalls() {
+  if (service.process->running()) {
+    platform.sync();
+  }
+  const std::vector<std::string> all = platform.calls();
+  return {all.begin() + static_cast<std::ptrdiff_t>(forgotten_), all.end()};
 }
 
 void ServiceTest::TearDown() {

@@ -32,7 +32,8 @@ std::string topicPayload(const std::string& topic = "tns1:Device//.");
 /// The program as it is shipped, one or several of it, on the doubles and on a private bus.
 class Service {
  public:
-  explicit Service(const support::PrivateBus& bus);
+  /// `environment`: which bus is the system bus.
+  explicit Service(support::Environment environment);
 
   /// Starts, and goes on at once.
   void launch();
@@ -42,6 +43,8 @@ class Service {
   support::ExitStatus stop();
   /// This line is no surprise, and must come; waits for it.
   void expectLog(int level, const std::string& text);
+  /// The same for a line of GLib's own.
+  void expectGlibLog(int level, const std::string& domain, const std::string& text);
   /// Lines that came and that no expectLog() named, other than those of a plain start and stop.
   std::vector<support::LogLine> surprises();
 
@@ -49,6 +52,8 @@ class Service {
   std::unique_ptr<support::Process> process;
 
  private:
+  void expectLine(const support::LogLine& line);
+
   support::Environment environment_;
   std::vector<support::LogLine> expected_;
 };
@@ -58,13 +63,18 @@ class Service {
 /// a handle of the platform left.
 class ServiceTest : public support::GlibTest {
  protected:
-  explicit ServiceTest(const std::string& busFragments = {});
+  explicit ServiceTest(const std::string& busFragments = {}, bool streamingPresent = true);
   void TearDown() override;
 
   /// Starts the service, with a caller that is connected.
   void start();
   /// Opens a session and configures it with one filter; returns the subscription's id.
   std::string configured(const std::string& session);
+  /// Configures a session, and returns when the streaming service has the answer.
+  void configure(const std::string& session, const std::string& payload);
+  /// The calls of the platform from now on are those of platformCalls().
+  void forgetCalls();
+  std::vector<std::string> platformCalls();
   /// The test ended the service itself, in another way than with status 0.
   void expectEnd(support::ExitStatus status) { expectedEnd_ = status; }
 
@@ -76,9 +86,20 @@ class ServiceTest : public support::GlibTest {
 
  private:
   support::ExitStatus expectedEnd_{false, 0};
+  std::size_t forgotten_ = 0;
 };
 
 /// Status 0.
 constexpr support::ExitStatus kInOrder{false, 0};
+
+constexpr const char* kTopicDialect = "http://www.onvif.org/ver10/tev/topicExpression/ConcreteSet";
+constexpr const char* kContentDialect =
+    "http://www.onvif.org/ver10/tev/messageContentFilter/ItemFilter";
+
+// What the streaming service gets.
+support::ReceivedCall response(const std::string& session, const std::string& requestId = "r1");
+support::ReceivedCall errorResponse(const std::string& session, const std::string& requestId,
+                                    const std::string& method, const std::string& payload);
+support::ReceivedCall streamData(const std::string& session, const std::string& eventJson);
 
 }  // namespace integration

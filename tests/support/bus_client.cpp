@@ -72,6 +72,7 @@ void BusClient::onReply(GObject* source, GAsyncResult* result, gpointer data) {
     reply.errorName = text(g_dbus_message_get_error_name(message.get()));
     reply.errorMessage = text(g_dbus_message_get_arg0(message.get()));
   } else {
+    reply.text = text(g_dbus_message_get_arg0(message.get()));
     reply.body = body == nullptr ? "()" : common::GCharPtr(g_variant_print(body, FALSE)).get();
   }
 }
@@ -139,10 +140,25 @@ void BusClient::barrier() {
 }
 
 std::string BusClient::ownerOf(const std::string& busName) {
-  const Reply reply = call(kBus, "/org/freedesktop/DBus", kBus, "GetNameOwner",
-                           g_variant_new("(s)", busName.c_str()));
-  // The body is ('NAME',).
-  return reply.ok() ? reply.body.substr(2, reply.body.size() - 5) : "";
+  return call(kBus, "/org/freedesktop/DBus", kBus, "GetNameOwner",
+              g_variant_new("(s)", busName.c_str()))
+      .text;
+}
+
+std::string BusClient::connectionOf(pid_t process) {
+  const Reply names = call(kBus, "/org/freedesktop/DBus", kBus, "ListNames", nullptr);
+  const common::GStrvPtr words(g_strsplit_set(names.body.c_str(), "'", -1));
+  for (char** word = words.get(); *word != nullptr; ++word) {
+    if (**word == ':') {
+      const Reply owner = call(kBus, "/org/freedesktop/DBus", kBus, "GetConnectionUnixProcessID",
+                               g_variant_new("(s)", *word));
+      // The body is (uint32 N,) or (N,), printed without types.
+      if (owner.body == "(" + std::to_string(process) + ",)") {
+        return *word;
+      }
+    }
+  }
+  return "";
 }
 
 }  // namespace support

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <gio/gio.h>
+#include <sys/types.h>
 
 #include <cstdint>
 #include <iosfwd>
@@ -27,6 +28,8 @@ struct Reply {
   std::uint32_t serial = 0;
   /// The values of a method return as text, for instance "()".
   std::string body;
+  /// The first of them, if it is a text.
+  std::string text;
 
   bool ok() const { return arrived && errorName.empty(); }
 };
@@ -70,6 +73,8 @@ class BusClient {
   void barrier();
   /// The unique name of a bus name's owner, or "".
   std::string ownerOf(const std::string& busName);
+  /// The unique name of a process's connection, or "".
+  std::string connectionOf(pid_t process);
   /// Whom calls of the data source go to: its bus name unless set.
   void setDestination(const std::string& destination) { destination_ = destination; }
   GDBusConnection* connection() const { return connection_.get(); }

@@ -94,14 +94,10 @@ void PlatformControl::deliver(const std::string& target, const std::string& json
        common::GCharPtr(g_strescape(json.c_str(), nullptr)).get());
 }
 
-void PlatformControl::hold(const std::string& function, unsigned nth) const {
-  send(function.empty() ? "hold" : "hold " + function + " " + std::to_string(nth));
-}
-
-bool PlatformControl::waitUntilHeld(const std::string& function) {
+bool PlatformControl::waitUntilHeld(const std::string& text) {
   return waitFor([&] {
     return std::any_of(records().begin(), records().end(), [&](const PlatformRecord& record) {
-      return record.function == "held" && record.arguments.front() == function;
+      return record.function == "held" && record.arguments.front() == text;
     });
   });
 }

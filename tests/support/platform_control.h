@@ -64,9 +64,9 @@ class PlatformControl {
   /// "@N@" stands for the number of the event.
   void deliver(const std::string& target, const std::string& json, unsigned count = 1,
                const std::string& kind = "plain") const;
-  /// Holds the main thread at the nth call of `function` from now on, or right away.
-  void hold(const std::string& function = {}, unsigned nth = 1) const;
-  [[nodiscard]] bool waitUntilHeld(const std::string& function = "here");
+  /// Holds the main thread at the next call whose text contains `text`, or right away.
+  void hold(const std::string& text = {}) const { send("hold " + text); }
+  [[nodiscard]] bool waitUntilHeld(const std::string& text = "here");
   void release() const { send("release"); }
   /// Returns when every command sent before has been carried out.
   void sync();

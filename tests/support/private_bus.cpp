@@ -47,12 +47,8 @@ void PrivateBus::kill() {
   daemon_->wait();
 }
 
-std::string PrivateBus::allowMonitors() {
-  return "<policy context=\"default\">\n"
-         "  <allow send_destination=\"org.freedesktop.DBus\""
-         " send_interface=\"org.freedesktop.DBus.Monitoring\"/>\n"
-         "  <allow eavesdrop=\"true\"/>\n"
-         "</policy>\n";
+std::string PrivateBus::allowAllCalls() {
+  return "<policy context=\"mandatory\"><allow send_type=\"method_call\"/></policy>\n";
 }
 
 std::string PrivateBus::activation(const std::string& directory) {

@@ -29,8 +29,8 @@ class PrivateBus {
   /// Ends the daemon; every connection to it is closed.
   void kill();
 
-  /// Elements that let everyone listen to all messages of the bus.
-  static std::string allowMonitors();
+  /// Elements that let everyone call everyone, also by unique name.
+  static std::string allowAllCalls();
   /// Elements that let the bus start services, described by NAME.service files in `directory`.
   static std::string activation(const std::string& directory);
 

@@ -63,6 +63,28 @@ Reply RawClient::createSession(const std::string& id) {
   return exchange(message.get());
 }
 
+void RawClient::own(const std::string& busName) {
+  Error error;
+  if (dbus_bus_request_name(connection_, busName.c_str(), DBUS_NAME_FLAG_DO_NOT_QUEUE, &error) !=
+      DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER) {
+    throw std::runtime_error("libdbus: cannot own " + busName);
+  }
+}
+
+bool RawClient::receive(const std::string& method) {
+  return waitFor([&] {
+    dbus_connection_read_write(connection_, 0);
+    while (DBusMessage* taken = dbus_connection_pop_message(connection_)) {
+      const MessagePtr message(taken);
+      const char* member = dbus_message_get_member(message.get());
+      if (member != nullptr && method == member) {
+        return true;
+      }
+    }
+    return false;
+  });
+}
+
 Reply RawClient::exchange(DBusMessage* call) {
   DBusPendingCall* sent = nullptr;
   dbus_connection_send_with_reply(connection_, call, &sent, static_cast<int>(kDeadline.count()));

@@ -24,6 +24,10 @@ class RawClient {
   /// A call to the data source with arguments that are all texts.
   Reply call(const std::string& method, const std::vector<std::string>& arguments);
   Reply createSession(const std::string& id);
+  /// Owns a name, and answers nothing that comes to it.
+  void own(const std::string& busName);
+  /// Waits for a call of this method.
+  [[nodiscard]] bool receive(const std::string& method);
 
  private:
   static DBusMessage* newCall(const std::string& method);
