@@ -1,0 +1,68 @@
+#!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 the lumenfeed developers
+# SPDX-License-Identifier: MIT
+#
+# Runs the program that checks a platform's libraries against the host platform's, with a broker of
+# its own.
+#   conformance_test.sh STEP PROGRAM
+# STEP: kept (every promise is), silent (a platform without an event is found out), usage.
+set -euo pipefail
+
+step=$1 program=$2
+work=$(mktemp -d)
+broker=
+finish() {
+  [ -z "$broker" ] || kill "$broker"
+  rm -rf "$work"
+}
+trap finish EXIT
+
+fail() {
+  echo "$*" >&2
+  exit 1
+}
+
+start_broker() {
+  cat >"$work/mosquitto.conf" <<CONF
+listener 0 $work/broker
+allow_anonymous true
+max_inflight_messages 0
+max_queued_messages 0
+user $(id -un)
+CONF
+  PATH=$PATH:/usr/sbin mosquitto -c "$work/mosquitto.conf" >"$work/broker.log" 2>&1 &
+  broker=$!
+  # shellcheck disable=SC2016  # expanded inside
+  timeout 30 bash -c 'until mosquitto_pub --unix "$1/broker" -t up -n 2>/dev/null; do :; done' \
+    bash "$work" || fail "no broker: $(cat "$work/broker.log")"
+  printf '[broker]\naddress=unix:%s\n' "$work/broker" >"$work/event2.conf"
+  export EVENT2_CONFIG=$work/event2.conf
+}
+
+case $step in
+  kept)
+    start_broker
+    "$program" --publish "for mark; do
+        printf '{\"Source\":{\"InputToken\":\"1\"},\"Data\":{\"Mark\":\"%s\"}}\n' \"\$mark\"
+      done | mosquitto_pub --unix $work/broker -q 1 -l -t dev/onvif-ej/Device/Trigger/DigitalInput" |
+      tee "$work/report"
+    grep -q '^ok .* every event of a burst arrives$' "$work/report" || fail "no burst was checked"
+    ;;
+  silent)
+    start_broker
+    status=0
+    "$program" --publish : --deadline 1 >"$work/report" || status=$?
+    [ $status -eq 1 ] || fail "status $status without an event"
+    grep -q '^not ok .* an event on the topic arrives$' "$work/report" || fail "$(cat "$work/report")"
+    ;;
+  usage)
+    for arguments in "" "--burst 1 --publish :" "--no-such-option" "--publish : more"; do
+      status=0
+      # shellcheck disable=SC2086  # several words
+      "$program" $arguments >"$work/report" 2>&1 || status=$?
+      [ $status -eq 2 ] || fail "'$arguments' ends with status $status"
+      grep -q 'see --help' "$work/report" || fail "'$arguments' says $(cat "$work/report")"
+    done
+    ;;
+  *) fail "unknown step $step" ;;
+esac
