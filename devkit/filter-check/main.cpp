@@ -27,7 +27,7 @@ constexpr const char* kSummary =
     "\n"
     "EVENTS-FILE, or standard input for '-', has one event a line, each in one of these forms:\n"
     "  {\"topic\":\"tns1:…\",…,\"message\":{…}}             event JSON\n"
-    "  {…,\"payload\":{\"topic\":…,\"message\":…}}          a notification, as lumenfeed-console\n"
+    "  {…,\"payload\":{\"notification\":{\"topic\":…}}}    a notification, as lumenfeed-console\n"
     "                                                 prints it\n"
     "  PREFIX/onvif-ej/TOPIC[/&SOURCE…] {…}           as mosquitto_sub -v prints it";
 

@@ -57,8 +57,10 @@ bool EventLineReader::readJson(std::string_view line, RecordedEvent& event, std:
     return false;
   }
   ondemand::object notification;
-  const bool wrapped =
-      root.find_field_unordered("payload").get_object().get(notification) == simdjson::SUCCESS;
+  const bool wrapped = root.find_field_unordered("payload")
+                           .find_field_unordered("notification")
+                           .get_object()
+                           .get(notification) == simdjson::SUCCESS;
   if (!eventParts(wrapped ? notification : root, event.topicText, payload)) {
     error = "a JSON object without a topic (a string) and a message (an object)";
     return false;

@@ -54,7 +54,8 @@ constexpr const char* kRecorded =
     "\n\n"
     R"({"topic":"tns1:Device/Trigger","origin":"cam","property":"Changed","message":{"Data":{"Id":1e999}}})"
     "\n"
-    R"({"type":"notification","payload":{"topic":"tnsovra:X","message":{"Data":{"Id":"2"}}}})"
+    R"({"type":"notification","payload":{"notification":)"
+    R"({"topic":"tnsovra:X","message":{"Data":{"Id":"2"}}}}})"
     "\r\n";
 
 TEST(FilterCheck, AUsableFilterIsUsable) {
