@@ -4,7 +4,6 @@
 #include "tests/devkit/mqtt_listener.h"
 
 #include <ostream>
-#include <regex>
 #include <stdexcept>
 
 #include "tests/support/glib_test.h"
@@ -16,8 +15,13 @@ std::ostream& operator<<(std::ostream& out, const MqttMessage& message) {
 }
 
 std::string withoutTime(const std::string& payload) {
-  static const std::regex kTime(R"re("UtcTime":"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z")re");
-  return std::regex_replace(payload, kTime, R"("UtcTime":"TIME")");
+  const common::Ptr<GRegex, g_regex_unref> time(
+      g_regex_new(R"re("UtcTime":"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z")re",
+                  static_cast<GRegexCompileFlags>(0), static_cast<GRegexMatchFlags>(0), nullptr));
+  const common::GCharPtr text(g_regex_replace_literal(time.get(), payload.c_str(), -1, 0,
+                                                      R"("UtcTime":"TIME")",
+                                                      static_cast<GRegexMatchFlags>(0), nullptr));
+  return text.get();
 }
 
 MqttListener::MqttListener(const support::Broker& broker)
