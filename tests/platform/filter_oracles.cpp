@@ -3,10 +3,10 @@
 
 #include "filter_oracles.h"
 
+#include <glib.h>
 #include <libxml/tree.h>
 #include <libxml/xpathInternals.h>
 
-#include <regex>
 #include <sstream>
 #include <stdexcept>
 
@@ -32,10 +32,31 @@ std::string without(const std::string& text, const std::string& what, const std:
   return changed + text.substr(at);
 }
 
+using RegexPtr = common::Ptr<GRegex, g_regex_unref>;
+
+/// Of bytes: what is no UTF-8 is looked at as well.
+RegexPtr regex(const std::string& pattern) {
+  return RegexPtr(g_regex_new(pattern.c_str(), G_REGEX_RAW, GRegexMatchFlags{}, nullptr));
+}
+
+/// The places at which `pattern` is found, one after the other.
+std::vector<std::string> found(GRegex* pattern, const std::string& text) {
+  GMatchInfo* info = nullptr;
+  g_regex_match_full(pattern, text.data(), static_cast<gssize>(text.size()), 0, GRegexMatchFlags{},
+                     &info, nullptr);
+  const common::Ptr<GMatchInfo, g_match_info_free> guard(info);
+  std::vector<std::string> all;
+  for (; g_match_info_matches(info) != FALSE; g_match_info_next(info, nullptr)) {
+    const common::GCharPtr match(g_match_info_fetch(info, 0));
+    all.emplace_back(match.get());
+  }
+  return all;
+}
+
 /// One letter for each token; '?' for one that the dialect does not have.
 std::string tokenLetters(const std::string& text) {
-  static const std::regex token("[ \t\r\n]+|//|[()\\[\\]@=]|\"[^\"]*\"|'[^']*'|" + kName +
-                                "(?::" + kName + ")?|[\\s\\S]");
+  static const RegexPtr token = regex("[ \t\r\n]+|//|[()\\[\\]@=]|\"[^\"]*\"|'[^']*'|" + kName +
+                                      "(?::" + kName + ")?|[\\s\\S]");
   static const std::pair<const char*, char> kLetters[] = {
       {"//", '/'},   {"and", 'a'},   {"or", 'o'},          {"not", 'n'},
       {"Name", 'N'}, {"Value", 'N'}, {"boolean", 'b'},     {"SimpleItem", 'I'},
@@ -43,13 +64,12 @@ std::string tokenLetters(const std::string& text) {
       {"[", '['},    {"]", ']'},     {"@", '@'},           {"tt:ElementItem", 'I'},
       {"=", '='}};
   std::string letters;
-  for (std::sregex_iterator at(text.begin(), text.end(), token), end; at != end; ++at) {
-    const std::string found = at->str();
-    char letter = found.size() > 1 && (found[0] == '"' || found[0] == '\'') ? 's' : '?';
+  for (const std::string& part : found(token.get(), text)) {
+    char letter = part.size() > 1 && (part[0] == '"' || part[0] == '\'') ? 's' : '?';
     for (const auto& [known, its_letter] : kLetters) {
-      letter = found == known ? its_letter : letter;
+      letter = part == known ? its_letter : letter;
     }
-    if (found.find_first_not_of(" \t\r\n") != std::string::npos) {
+    if (part.find_first_not_of(" \t\r\n") != std::string::npos) {
       letters += letter;
     }
   }
@@ -128,8 +148,8 @@ bool isItemFilter(const std::string& text) {
 bool isConcreteSet(const std::string& text) {
   const std::string name = "(?:(?:tns1|tnsovra):)?" + kName + "(?!:)";
   const std::string path = "[ \t\r\n]*" + name + "(?:/" + name + ")*(?://\\.)?[ \t\r\n]*";
-  static const std::regex whole(path + "(?:\\|" + path + ")*");
-  return std::regex_match(text, whole);
+  static const RegexPtr whole = regex("\\A" + path + "(?:\\|" + path + ")*\\z");
+  return !found(whole.get(), text).empty();
 }
 
 bool naiveTopicMatch(const std::string& expression, const std::string& local) {

@@ -203,6 +203,7 @@ class MessageReader::Walk {
     check(value.get_array().get(array));
     for (auto next : array) {
       ondemand::value element;
+      // get() takes rvalues only. NOLINTNEXTLINE(performance-move-const-arg)
       check(std::move(next).get(element));
       skip(element, depth + 1);
     }
