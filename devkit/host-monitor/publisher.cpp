@@ -19,21 +19,6 @@ constexpr int kFailure = 0x80;
 
 }  // namespace
 
-struct Publisher::Report {
-  enum class Kind { kConnected, kDisconnected, kPublished };
-
-  Publisher* publisher;
-  Kind kind;
-  int reason;
-  int messageId;
-
-  static void send(void* publisher, Kind kind, int reason, int messageId = 0) {
-    g_idle_add_full(G_PRIORITY_DEFAULT, onReport,
-                    new Report{static_cast<Publisher*>(publisher), kind, reason, messageId},
-                    [](gpointer data) { delete static_cast<Report*>(data); });
-  }
-};
-
 Publisher::Publisher(BrokerAddress broker, std::function<void()> onConnected)
     : broker_(std::move(broker)), connectedCallback_(std::move(onConnected)) {
   mosquitto_lib_init();
@@ -57,6 +42,9 @@ Publisher::~Publisher() {
     mosquitto_loop_stop(client_.get(), false);
   }
   client_.reset();
+  // What the network thread reported last is not waited for.
+  while (g_source_remove_by_user_data(this)) {
+  }
   mosquitto_lib_cleanup();
 }
 
@@ -106,31 +94,44 @@ void Publisher::publish(const std::string& topic, const std::string& payload) {
 
 void Publisher::onConnect(mosquitto* /*client*/, void* data, int reason, int /*flags*/,
                           const mosquitto_property* /*properties*/) {
-  Report::send(data, Report::Kind::kConnected, reason);
+  static_cast<Publisher*>(data)->report({Report::Kind::kConnected, reason, 0});
 }
 
 void Publisher::onDisconnect(mosquitto* /*client*/, void* data, int reason,
                              const mosquitto_property* /*properties*/) {
-  Report::send(data, Report::Kind::kDisconnected, reason);
+  static_cast<Publisher*>(data)->report({Report::Kind::kDisconnected, reason, 0});
 }
 
 void Publisher::onPublish(mosquitto* /*client*/, void* data, int messageId, int reason,
                           const mosquitto_property* /*properties*/) {
-  Report::send(data, Report::Kind::kPublished, reason, messageId);
+  static_cast<Publisher*>(data)->report({Report::Kind::kPublished, reason, messageId});
 }
 
-gboolean Publisher::onReport(gpointer data) {
-  const auto* report = static_cast<const Report*>(data);
-  switch (report->kind) {
-    case Report::Kind::kConnected:
-      report->publisher->onConnected(report->reason);
-      break;
-    case Report::Kind::kDisconnected:
-      report->publisher->onDisconnected(report->reason);
-      break;
-    case Report::Kind::kPublished:
-      report->publisher->onPublished(report->messageId, report->reason);
-      break;
+void Publisher::report(const Report& report) {
+  const std::lock_guard lock(mutex_);
+  reports_.push_back(report);
+  g_idle_add_full(G_PRIORITY_DEFAULT, onReports, this, nullptr);
+}
+
+gboolean Publisher::onReports(gpointer data) {
+  auto* self = static_cast<Publisher*>(data);
+  std::vector<Report> reports;
+  {
+    const std::lock_guard lock(self->mutex_);
+    reports.swap(self->reports_);
+  }
+  for (const Report& report : reports) {
+    switch (report.kind) {
+      case Report::Kind::kConnected:
+        self->onConnected(report.reason);
+        break;
+      case Report::Kind::kDisconnected:
+        self->onDisconnected();
+        break;
+      case Report::Kind::kPublished:
+        self->onPublished(report.messageId, report.reason);
+        break;
+    }
   }
   return G_SOURCE_REMOVE;
 }
@@ -146,7 +147,7 @@ void Publisher::onConnected(int reason) {
   connectedCallback_();
 }
 
-void Publisher::onDisconnected(int /*reason*/) {
+void Publisher::onDisconnected() {
   // Also reported for a connection that never stood.
   if (connected_) {
     connected_ = false;

@@ -6,8 +6,10 @@
 #include <mosquitto.h>
 
 #include <functional>
+#include <mutex>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "common/ptr.h"
 #include "devkit/host-monitor/broker_address.h"
@@ -35,10 +37,15 @@ class Publisher {
 
  private:
   /// What the network thread saw, on its way to the main context.
-  struct Report;
+  struct Report {
+    enum class Kind { kConnected, kDisconnected, kPublished };
+    Kind kind;
+    int reason;
+    int messageId;
+  };
 
   static gboolean onRetry(gpointer data);
-  static gboolean onReport(gpointer data);
+  static gboolean onReports(gpointer data);
   static void onConnect(mosquitto* client, void* data, int reason, int flags,
                         const mosquitto_property* properties);
   static void onDisconnect(mosquitto* client, void* data, int reason,
@@ -46,15 +53,20 @@ class Publisher {
   static void onPublish(mosquitto* client, void* data, int messageId, int reason,
                         const mosquitto_property* properties);
 
+  /// Called by the network thread.
+  void report(const Report& report);
   bool connect();
   void onConnected(int reason);
-  void onDisconnected(int reason);
+  void onDisconnected();
   void onPublished(int messageId, int reason);
   void say(const std::string& line);
 
   const BrokerAddress broker_;
   const std::function<void()> connectedCallback_;
   common::Ptr<mosquitto, mosquitto_destroy> client_;
+  std::mutex mutex_;
+  /// Guarded by the mutex.
+  std::vector<Report> reports_;
   bool running_ = false;
   bool connected_ = false;
   guint retry_ = 0;
