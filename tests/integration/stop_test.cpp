@@ -229,4 +229,19 @@ TEST_F(Stop, BusThatGoesAwayStopsTheServiceInOrder) {
   expectLastLine(kInfo, kTerminating);
 }
 
+TEST_F(Stop, BusThatGoesAwayWithCallsInFlightStopsTheServiceInOrder) {
+  start();
+  const std::string id = configured("s");
+  streaming.neverAnswer();
+  platform.deliver(id, "{}", 3);
+  ASSERT_TRUE(streaming.waitForCalls(3, "SendStreamData"));
+  bus.kill();
+  EXPECT_EQ(service.process->wait(), kInOrder);
+  for (int i = 0; i < 3; ++i) {
+    service.expectLog(kWarning, "sendStreamData failed: The connection is closed");
+  }
+  service.expectLog(kError, std::string("Failed to register the name ") + kBusName + " on dbus");
+  expectLastLine(kInfo, kTerminating);
+}
+
 }  // namespace integration
