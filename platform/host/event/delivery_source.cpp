@@ -3,49 +3,37 @@
 
 #include "platform/host/event/delivery_source.h"
 
-#include <glib-unix.h>
 #include <sys/timerfd.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <system_error>
 #include <utility>
 
 namespace event {
 
-namespace {
-
-struct WatchSource {
+struct DeliverySource::Source {
   GSource parent;
   DeliverySource* self;
-};
 
-}  // namespace
+  static DeliverySource& of(GSource* source) { return *reinterpret_cast<Source*>(source)->self; }
+};
 
 DeliverySource::DeliverySource(std::shared_ptr<Delivery> delivery)
     : delivery_(std::move(delivery)),
+      context_(g_main_context_ref_thread_default()),
       timer_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
   if (timer_ < 0) {
     throw std::system_error(errno, std::generic_category(), "timerfd_create");
   }
   // GLib takes the functions as mutable; it does not change them.
-  static GSourceFuncs sourceFuncs{nullptr, nullptr, onDispatch, nullptr, nullptr, nullptr};
-  static GSourceFuncs watchFuncs{onWatchPrepare, onWatchCheck, onDispatch,
-                                 nullptr,        nullptr,      nullptr};
-  GMainContext* const context = g_main_context_ref_thread_default();
-  source_ = g_source_new(&sourceFuncs, sizeof(GSource));
-  g_source_set_name(source_, "event2 delivery");
-  g_source_set_priority(source_, kPriority);
-  g_source_set_callback(source_, onReady, this, nullptr);
+  static GSourceFuncs functions{onPrepare, onCheck, onDispatch, nullptr, nullptr, nullptr};
+  static GSourceFuncs watching{onWatchPrepare, onWatchCheck, onDispatch, nullptr, nullptr, nullptr};
+  source_ = attach(&functions, kPriority, "event2 delivery");
   g_source_add_unix_fd(source_, timer_, G_IO_IN);
-  g_source_attach(source_, context);
-  watch_ = g_source_new(&watchFuncs, sizeof(WatchSource));
-  reinterpret_cast<WatchSource*>(watch_)->self = this;
-  g_source_set_name(watch_, "event2 watch");
-  g_source_set_priority(watch_, G_PRIORITY_HIGH);
-  g_source_attach(watch_, context);
-  g_main_context_unref(context);
+  watch_ = attach(&watching, G_PRIORITY_HIGH, "event2 watch");
 }
 
 DeliverySource::~DeliverySource() {
@@ -56,8 +44,36 @@ DeliverySource::~DeliverySource() {
   close(timer_);
 }
 
+GSource* DeliverySource::attach(GSourceFuncs* functions, int priority, const char* name) {
+  GSource* const source = g_source_new(functions, sizeof(Source));
+  reinterpret_cast<Source*>(source)->self = this;
+  g_source_set_name(source, name);
+  g_source_set_priority(source, priority);
+  // Otherwise GLib takes the descriptor out of its set while it dispatches and puts it back, and
+  // each time makes the context turn once more, which would look like a result.
+  g_source_set_can_recurse(source, TRUE);
+  g_source_attach(source, context_.get());
+  return source;
+}
+
 void DeliverySource::wake() {
-  g_source_set_ready_time(source_, 0);
+  ready_ = true;
+  g_main_context_wakeup(context_.get());
+}
+
+gboolean DeliverySource::onPrepare(GSource* source, int* timeout) {
+  *timeout = -1;
+  DeliverySource& self = Source::of(source);
+  return self.ready_ && !self.delivering_ ? TRUE : FALSE;
+}
+
+gboolean DeliverySource::onCheck(GSource* source) {
+  return Source::of(source).due() ? TRUE : FALSE;
+}
+
+gboolean DeliverySource::onDispatch(GSource* source, GSourceFunc /*callback*/, void* /*userData*/) {
+  Source::of(source).deliver();
+  return G_SOURCE_CONTINUE;
 }
 
 gboolean DeliverySource::onWatchPrepare(GSource* /*source*/, int* timeout) {
@@ -66,31 +82,51 @@ gboolean DeliverySource::onWatchPrepare(GSource* /*source*/, int* timeout) {
 }
 
 gboolean DeliverySource::onWatchCheck(GSource* source) {
-  reinterpret_cast<WatchSource*>(source)->self->turned(g_source_get_time(source));
+  Source::of(source).turned(g_source_get_time(source));
   return FALSE;
 }
 
-gboolean DeliverySource::onDispatch(GSource* /*source*/, GSourceFunc callback, void* self) {
-  return callback(self);
-}
-
-gboolean DeliverySource::onReady(void* self) {
-  static_cast<DeliverySource*>(self)->deliver();
-  return G_SOURCE_CONTINUE;
+/// False within a callback that turns the context.
+bool DeliverySource::due() {
+  if (delivering_) {
+    return false;
+  }
+  std::uint64_t expirations = 0;
+  if (!ready_ && read(timer_, &expirations, sizeof expirations) > 0) {
+    ready_ = true;
+  }
+  return ready_;
 }
 
 void DeliverySource::turned(std::int64_t now) {
-  if (turn_ != 0) {
-    pace_.turned(turn_);
+  if (delivering_) {
+    return;
   }
-  turn_ = now;
+  pace_.turned(now);
+  if (holding_ && !due() && pace_.hasResults()) {
+    holding_ = false;
+    startTimer(pace_.wait(now));
+  }
+}
+
+/// True if nothing in the context waits for a time: a call in flight has a time-out there.
+bool DeliverySource::nothingFlies() const {
+  int priority = 0;
+  int timeout = 0;
+  g_main_context_prepare(context_.get(), &priority);
+  g_main_context_query(context_.get(), G_MAXINT, &timeout, nullptr, 0);
+  return timeout < 0;
 }
 
 void DeliverySource::deliver() {
-  turn_ = 0;
-  g_source_set_ready_time(source_, -1);
+  ready_ = false;
+  delivering_ = true;
+  pace_.turnWasOurs();
   const std::int64_t now = g_source_get_time(source_);
   pace_.settle(now);
+  if (pace_.wouldTry() && nothingFlies()) {
+    pace_.clear();
+  }
   const unsigned int allowed = std::min(pace_.allowed(Pace::kWindow), kBatch);
   const unsigned int slowAllowed = std::min(pace_.allowed(kSlowWindow), kBatch);
   // A callback may free the consumer, and us.
@@ -99,17 +135,15 @@ void DeliverySource::deliver() {
   if (delivery->closed()) {
     return;
   }
-  // Callbacks that leave something to be done leave it in this context; others need no pace.
-  if (calls > 0 && g_main_context_pending(g_source_get_context(source_)) != FALSE) {
-    pace_.called(calls, now);
-  }
-  turn_ = 0;
-  if (!delivery->hasWork()) {
-    stopTimer();
-  } else if (calls > 0) {
-    stopTimer();
-    g_source_set_ready_time(source_, 0);
-  } else {
+  pace_.called(calls, now);
+  delivering_ = false;
+  stopTimer();
+  holding_ = false;
+  if (calls > 0) {
+    // Also without more work: the pace looks whether the context turns before it is our turn again.
+    ready_ = true;
+  } else if (delivery->hasWork()) {
+    holding_ = !pace_.hasResults();
     startTimer(pace_.wait(now));
   }
 }

@@ -5,9 +5,11 @@
 
 #include <glib.h>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
+#include "common/ptr.h"
 #include "platform/host/event/delivery.h"
 #include "platform/host/event/pace.h"
 
@@ -34,26 +36,35 @@ class DeliverySource {
   /// The part of the window that states for new subscriptions may use: the rest is for events.
   static constexpr unsigned int kSlowWindow = Pace::kWindow / 2;
 
+  struct Source;
+  static gboolean onPrepare(GSource* source, int* timeout);
+  static gboolean onCheck(GSource* source);
+  static gboolean onDispatch(GSource* source, GSourceFunc callback, void* userData);
   static gboolean onWatchPrepare(GSource* source, int* timeout);
   static gboolean onWatchCheck(GSource* source);
-  static gboolean onDispatch(GSource* source, GSourceFunc callback, void* self);
-  static gboolean onReady(void* self);
 
+  GSource* attach(GSourceFuncs* functions, int priority, const char* name);
+  bool due();
   void turned(std::int64_t now);
+  bool nothingFlies() const;
   void deliver();
   void startTimer(std::int64_t microseconds);
   void stopTimer();
 
   std::shared_ptr<Delivery> delivery_;
   Pace pace_;
-  /// Ready when there is something to deliver and it may be delivered.
+  common::Ptr<GMainContext, g_main_context_unref> context_;
+  /// GLib's own timers count milliseconds.
+  int timer_;
+  /// When there is something to deliver that may be delivered now.
+  std::atomic<bool> ready_{false};
+  /// No result has come back, and the timer is set as if none would.
+  bool holding_ = false;
+  bool delivering_ = false;
+  /// Ready when we are.
   GSource* source_;
   /// Never ready, but asked in every turn of the context.
   GSource* watch_;
-  /// GLib's own timers count milliseconds.
-  int timer_;
-  /// The last turn, until it is known whether it was for us.
-  std::int64_t turn_ = 0;
 };
 
 }  // namespace event

@@ -11,16 +11,34 @@ void Pace::turned(std::int64_t now) {
   if (calls_ == 0) {
     return;
   }
-  ++turns_;
+  before_ = rhythm_;
+  ++rhythm_.turns;
   if (results() > 1) {
-    // The average over the last few results.
-    gap_ += (std::min(now - lastTurn_, kLongestRest) - gap_) / 8;
+    // One odd pause does not count for much.
+    const std::int64_t gap = std::min(now - rhythm_.lastTurn, 8 * rhythm_.gap + 1000);
+    rhythm_.gap += (gap - rhythm_.gap) / 8;
   }
-  lastTurn_ = now;
+  rhythm_.lastTurn = now;
+}
+
+void Pace::turnWasOurs() {
+  if (calls_ > 0) {
+    rhythm_ = before_;
+  }
 }
 
 void Pace::settle(std::int64_t now) {
-  if (atRest(now)) {
+  if (lastCalls_ > 0 && rhythm_.turns == turnsAtLastCall_) {
+    // The context did not turn before it was our turn again: nothing had been left to be done.
+    calls_ -= lastCalls_;
+    --batches_;
+  }
+  lastCalls_ = 0;
+  if (results() >= kTurnsPerCall * calls_) {
+    // Most of these turns were for something else, and their rhythm is not that of results.
+    clear();
+    rhythm_.gap = Rhythm().gap;
+  } else if (results() > 0 && now - rhythm_.lastTurn >= rest()) {
     clear();
   }
   try_ = calls_ > 0 && results() == 0 && now - lastCall_ >= hold_;
@@ -42,27 +60,26 @@ void Pace::called(unsigned int calls, std::int64_t now) {
   }
   calls_ += calls;
   ++batches_;
+  lastCalls_ = calls;
+  turnsAtLastCall_ = rhythm_.turns;
   lastCall_ = now;
 }
 
 std::int64_t Pace::wait(std::int64_t now) const {
-  const std::int64_t until = results() == 0 ? lastCall_ + hold_ : lastTurn_ + rest();
+  const std::int64_t until = results() == 0 ? lastCall_ + hold_ : rhythm_.lastTurn + rest();
   return std::max<std::int64_t>(until - now, 1);
 }
 
-bool Pace::atRest(std::int64_t now) const {
-  return results() > kNoise * calls_ || (results() > 0 && now - lastTurn_ >= rest());
-}
-
 std::int64_t Pace::rest() const {
-  return std::clamp(4 * gap_, kShortestRest, kLongestRest);
+  return std::clamp(4 * rhythm_.gap, kShortestRest, kLongestRest);
 }
 
 void Pace::clear() {
   calls_ = 0;
   batches_ = 0;
-  turns_ = 0;
+  rhythm_.turns = 0;
   hold_ = kFirstHold;
+  try_ = false;
 }
 
 }  // namespace event

@@ -12,21 +12,30 @@ namespace event {
 ///
 /// The results cannot be seen, but they come to the same main context, and make it turn. Calls are
 /// allowed up to a window; when that is used up, more are allowed once the context has turned for
-/// results and then come to rest. If nothing at all comes back, the other side stands still: then
-/// a few calls are tried at growing intervals. All times are of the monotonic clock, in
-/// microseconds.
+/// results and then come to rest. If nothing at all comes
+/// back, the other side stands still: then a few calls are tried at growing intervals. All times
+/// are of the monotonic clock, in microseconds.
 class Pace {
  public:
   /// Below the 128 calls in flight that a bus allows unless it is configured otherwise.
   static constexpr unsigned int kWindow = 96;
 
-  /// The main context turned for others than us.
+  /// The main context turned.
   void turned(std::int64_t now);
+  /// The last turn was for ourselves.
+  void turnWasOurs();
+  /// Something came back since the last calls were allowed.
+  bool hasResults() const { return results() > 0; }
   /// To be called before allowed(): takes into account what happened until now.
   void settle(std::int64_t now);
+  /// True if nothing came back for so long that a few calls are allowed all the same.
+  bool wouldTry() const { return try_; }
+  /// All that was set going has come to its end.
+  void clear();
   /// How many calls may be made within that window.
   unsigned int allowed(unsigned int window) const;
-  /// That many callbacks have been called since settle(), and set something going.
+  /// That many callbacks have been called since settle(). They count if the context turns before
+  /// the next settle().
   void called(unsigned int calls, std::int64_t now);
   /// After allowed() said none: how long to wait before asking again.
   std::int64_t wait(std::int64_t now) const;
@@ -34,25 +43,30 @@ class Pace {
  private:
   /// Calls that are tried when nothing comes back.
   static constexpr unsigned int kTry = 4;
-  /// With so many turns for each call, the context is busy with something else.
-  static constexpr unsigned int kNoise = 4;
+  /// More turns for each call than this are not all for results.
+  static constexpr unsigned int kTurnsPerCall = 2;
   static constexpr std::int64_t kFirstHold = 20'000;
   static constexpr std::int64_t kLongestHold = 1'000'000;
   static constexpr std::int64_t kShortestRest = 100;
-  static constexpr std::int64_t kLongestRest = 200'000;
+  static constexpr std::int64_t kLongestRest = 1'000'000;
 
   /// Turns that were not for what the callbacks left to be done at once: one for each batch.
-  unsigned int results() const { return turns_ > batches_ ? turns_ - batches_ : 0; }
-  bool atRest(std::int64_t now) const;
+  unsigned int results() const { return rhythm_.turns > batches_ ? rhythm_.turns - batches_ : 0; }
   std::int64_t rest() const;
-  void clear();
 
   unsigned int calls_ = 0;
   unsigned int batches_ = 0;
-  unsigned int turns_ = 0;
+  unsigned int lastCalls_ = 0;
+  unsigned int turnsAtLastCall_ = 0;
   std::int64_t lastCall_ = 0;
-  std::int64_t lastTurn_ = 0;
-  std::int64_t gap_ = kShortestRest / 4;
+  /// When the context turned last, and how long it rests between results on average.
+  struct Rhythm {
+    unsigned int turns = 0;
+    std::int64_t lastTurn = 0;
+    std::int64_t gap = kShortestRest / 4;
+  };
+  Rhythm rhythm_;
+  Rhythm before_;
   std::int64_t hold_ = kFirstHold;
   bool try_ = false;
 };
