@@ -29,35 +29,53 @@ root_lend() {
   cp -r /etc/apt/sources.list.d "$root/etc/apt/"
   apt-config dump | grep -E '^Acquire::(https?|Retries)' >"$root/etc/apt/apt.conf.d/90host" || true
   cp /etc/resolv.conf /etc/hosts "$root/etc/"
+  # What is lost with the machine is made again.
+  echo force-unsafe-io >"$root/etc/dpkg/dpkg.cfg.d/unsafe-io"
   printf '#!/bin/sh\nexit 101\n' >"$root/usr/sbin/policy-rc.d"
   chmod 755 "$root/usr/sbin/policy-rc.d"
 }
 
+# The mirror that this machine takes the release from.
+root_mirror() {
+  # shellcheck disable=SC2016  # expanded by apt-get
+  apt-get indextargets --format '$(REPO_URI)' "Codename: $root_suite" | sort -u | head -1
+}
+
 # root_base PACKAGE...: prints the folder of a base with these packages, made if it is not there.
+# A package may be of another architecture: NAME:ARCH.
 # shellcheck disable=SC2120  # called without a package as well
 root_base() {
-  local key base bare mirror
+  local key base bare
   key=$(printf '%s\n' "$root_suite" "$@" | sha256sum | cut -c1-12)
   base=$root_cache/$key
   if [ ! -e "$base.ready" ]; then
     mkdir -p "$root_cache"
     rm -rf "${base:?}"
     if [ $# -eq 0 ]; then
-      # shellcheck disable=SC2016  # expanded by apt-get
-      mirror=$(apt-get indextargets --format '$(REPO_URI)' "Codename: $root_suite" |
-        sort -u | head -1)
-      debootstrap --variant=minbase "$root_suite" "$base" "$mirror" >"$base.log" 2>&1 ||
+      debootstrap --variant=minbase "$root_suite" "$base" "$(root_mirror)" >"$base.log" 2>&1 ||
         { tail -3 "$base.log" >&2; return 1; }
       root_lend "$base"
     else
       # shellcheck disable=SC2119  # none of our packages are in it
       bare=$(root_base)
       cp -a "$bare" "$base"
-      root_in "$base" sh -c 'apt-get update -qq && apt-get install -y -qq --no-install-recommends "$@"' \
-        sh "$@" >"$base.log" 2>&1 || { tail -3 "$base.log" >&2; return 1; }
+      # shellcheck disable=SC2016  # expanded inside
+      root_in "$base" env MIRROR="$(root_mirror)" SUITE="$root_suite" sh -ec '
+        for package; do
+          case $package in *:*) dpkg --add-architecture "${package#*:}"; release_only=1 ;; esac
+        done
+        # Libraries of two architectures have to be of one version, and updates reach a mirror at
+        # different times: the release alone.
+        if [ -n "${release_only:-}" ]; then
+          rm -rf /etc/apt/sources.list.d/*
+          echo "deb $MIRROR $SUITE main" >/etc/apt/sources.list
+        fi
+        apt-get update -qq -o Acquire::Retries=5
+        apt-get install -y -qq --no-install-recommends "$@"' sh "$@" >"$base.log" 2>&1 ||
+        { tail -3 "$base.log" >&2; return 1; }
     fi
-    touch "$base.ready"
   fi
+  touch "$base.ready"
   echo "$base"
 }
 
@@ -91,6 +109,12 @@ root_over() {
   echo "$layer/root"
 }
 
+# root_copy_tree FOLDER: this tree as it is, but for what is built or ignored.
+root_copy_tree() {
+  git ls-files -z --cached --others --exclude-standard |
+    tar -c --null --ignore-failed-read -T - 2>/dev/null | tar -x -C "$1"
+}
+
 root_cleanup() {
   local mount
   for mount in "$root_work"/*/root; do
@@ -99,9 +123,13 @@ root_cleanup() {
   rm -rf --one-file-system "$root_work"
 }
 
-# root_begin: to be called once, before root_over.
+# root_begin: to be called once, before root_over. Bases that nobody used for long go.
 root_begin() {
+  local old
   mkdir -p "$root_cache"
+  find "$root_cache" -maxdepth 1 -name '*.ready' -mtime +14 | while read -r old; do
+    rm -rf --one-file-system "$old" "${old%.ready}.log" "${old%.ready}"
+  done
   root_work=$(mktemp -d "$root_cache/work.XXXXXX")
   trap root_cleanup EXIT
 }
