@@ -26,7 +26,7 @@ Publisher::Publisher(const std::string& host, int port) {
 
 Publisher::~Publisher() {
   mosquitto_disconnect(client_);
-  mosquitto_loop_stop(client_, true);
+  mosquitto_loop_stop(client_, false);
   mosquitto_destroy(client_);
 }
 
