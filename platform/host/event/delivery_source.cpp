@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <ctime>
 #include <system_error>
 #include <utility>
 
@@ -151,8 +152,8 @@ void DeliverySource::deliver() {
 void DeliverySource::startTimer(std::int64_t microseconds) {
   constexpr std::int64_t kMicroseconds = 1'000'000;
   itimerspec when{};
-  when.it_value.tv_sec = microseconds / kMicroseconds;
-  when.it_value.tv_nsec = microseconds % kMicroseconds * 1000;
+  when.it_value.tv_sec = static_cast<std::time_t>(microseconds / kMicroseconds);
+  when.it_value.tv_nsec = static_cast<long>(microseconds % kMicroseconds * 1000);
   timerfd_settime(timer_, 0, &when, nullptr);
 }
 
