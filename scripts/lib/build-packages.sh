@@ -11,6 +11,6 @@ build_packages() {
   root_copy_tree "$root$folder/tree"
   # shellcheck disable=SC2016  # expanded inside
   root_in "$root" sh -c 'cd "$1/tree" && shift && env "$@" dpkg-buildpackage -b -uc' \
-    sh "$folder" "$@" >"$output/build.log" 2>&1 || { tail -40 "$output/build.log" >&2; return 1; }
+    sh "$folder" "$@" >"$output/build.log" 2>&1 || { tail -40 "$output/build.log" | cut -c1-300 >&2; return 1; }
   cp "$root$folder"/*.deb "$root$folder"/*.changes "$root$folder"/*.buildinfo "$output/"
 }
