@@ -16,7 +16,7 @@ struct Load {
   std::size_t size = 200;
   /// BENCH_RATE: events a second; 0 for as many as the window lets through.
   std::uint64_t rate = 0;
-  /// BENCH_WINDOW: messages on the way at a time; 0 for any number.
+  /// BENCH_WINDOW: calls in flight at a time; 0 for any number.
   std::uint64_t window = 0;
 
   /// Ends the process with a clear line if a variable is no number or the size cannot be made.

@@ -56,7 +56,7 @@ def measure_roads(bed, rounds, chosen):
 
 def measure_all(arguments):
     scale = 5 if arguments.quick else 1
-    rounds = arguments.rounds or (2 if arguments.quick else 7)
+    rounds = arguments.rounds or (2 if arguments.quick else 5)
     results = {"conditions": conditions(rounds), "micro": {}, "footprint": {}, "sizes": {}}
     with Bed(arguments.build) as bed:
         chosen = variants.in_process(scale) + (variants.mqtt(scale) if bed.broker else [])

@@ -56,9 +56,9 @@ class Bed:
 
     def _start(self):
         self.shared = self.folder / "received"
-        self.shared.write_bytes(bytes(8))
+        self.shared.write_bytes(bytes(24))
         with open(self.shared, "rb") as file:
-            self._received = mmap.mmap(file.fileno(), 8, prot=mmap.PROT_READ)
+            self._shared = mmap.mmap(file.fileno(), 24, prot=mmap.PROT_READ)
         self.environment = {"BENCH_SHARED": str(self.shared)}
         self.bus = self.start("dbus-daemon", [
             "dbus-daemon", f"--config-file={self.build}/private-bus/bus.conf", "--nofork",
@@ -99,12 +99,19 @@ class Bed:
         process.log.unlink()
         self._processes.remove(process)
 
+    def in_flight_counter(self):
+        """The environment of a sender whose calls in flight are to be counted."""
+        return {"LD_PRELOAD": str(self.programs / "libin_flight.so")}
+
     def start_service(self, environment, in_process):
-        """The service with its name on the bus; returns it and how long that took, in seconds."""
+        """The service, with its name on the bus."""
         libraries = {"LD_LIBRARY_PATH": str(self.programs / "source")} if in_process else {}
-        return self.start_owner(self.build / "lumenfeed", {**environment, **libraries})
+        service, _ = self.start_owner(
+            self.build / "lumenfeed", {**environment, **libraries, **self.in_flight_counter()})
+        return service
 
     def start_owner(self, program, environment):
+        """A program that owns the service's name; returns it and how long that took, in s."""
         service = self.start(program.name, [program], environment)
         self.sink.say("await")
         owned = self.sink.expect("owned")
@@ -115,9 +122,13 @@ class Bed:
         opened = self.sink.expect("opened")
         if opened != count:
             raise BenchError(f"only {opened} of {count} sessions could be opened")
+        time.sleep(0.1)  # the answers to its responses are still on their way to the service
 
     def received(self):
-        return struct.unpack("=Q", self._received[:8])[0]
+        return struct.unpack_from("=Q", self._shared, 0)[0]
+
+    def most_in_flight(self):
+        return struct.unpack_from("=Q", self._shared, 16)[0]
 
     def reset(self, expected):
         self.sink.say(f"reset {expected}")

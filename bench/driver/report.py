@@ -7,7 +7,7 @@ import re
 import stats
 
 ROAD_HEAD = ["", "messages/s", "CPU us", "bus", "sink", "broker", "p50 us", "p99 us",
-             "on the way", "peak MB", "lost", "errors"]
+             "in flight", "on the way", "peak MB", "lost", "errors"]
 
 
 def _number(value):
@@ -27,7 +27,7 @@ def road_rows(results):
 
         yield [name, middle(lambda f: f["rate"]), cpu("sender"), cpu("bus"), cpu("sink"),
                cpu("broker"), middle(lambda f: f["p50_us"]), middle(lambda f: f["p99_us"]),
-               middle(lambda f: f["on_the_way"]), middle(lambda f: f["peak_rss_mb"]),
+               middle(lambda f: f["in_flight"]), middle(lambda f: f["on_the_way"]), middle(lambda f: f["peak_rss_mb"]),
                _number(max(f["lost"] for f in rounds)), _number(max(f["errors"] for f in rounds))]
 
 

@@ -33,7 +33,7 @@ def run(bed, seconds, rate):
         while bed.received() < events and not _idle(bed):
             pass
         after = {"service": setup.sender.memory(), "broker": bed.broker.memory()}
-        errors, _ = setup.errors()
+        errors = setup.errors()
     _, records = bed.records()
     figures = stats.of_records(records, variant)
     flowing, caught_up = _flow(records, continued, rate)

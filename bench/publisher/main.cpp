@@ -19,7 +19,7 @@
 
 #include "bench/common/load.h"
 #include "bench/common/message.h"
-#include "bench/common/shared_count.h"
+#include "bench/common/shared_counts.h"
 
 namespace {
 
@@ -55,17 +55,17 @@ class Publisher {
 
   /// Until the subscriber is there, nobody would get what is published.
   void awaitSubscriber() {
-    const bench::SharedCount received;
-    while (received.get() == 0) {
+    const std::atomic<std::uint64_t>& received = bench::sharedCounts().received;
+    while (received.load() == 0) {
       publish(0);
       pause(20'000'000);
     }
     // Whatever else of this is on the way is out of the way before the measurement.
     std::uint64_t seen = 0;
     do {
-      seen = received.get();
+      seen = received.load();
       pause(100'000'000);
-    } while (received.get() != seen);
+    } while (received.load() != seen);
   }
 
   void run() {

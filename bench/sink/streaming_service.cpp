@@ -28,7 +28,9 @@ StreamingService::StreamingService(sd_bus* bus, Recorder& recorder, std::functio
 
 void StreamingService::reset(std::uint64_t expected) {
   recorder_.reset(expected);
-  received_.reset();
+  counts_.received = 0;
+  counts_.answered = 0;
+  counts_.mostInFlight = 0;
   strangers_ = 0;
 }
 
@@ -43,7 +45,7 @@ int StreamingService::onStreamData(sd_bus_message* message, void* userData,
   if (read < 0) {
     return read;
   }
-  self->received_.add();
+  ++self->counts_.received;
   bench::Stamp stamp;
   if (!bench::readStamp(payload, stamp)) {
     ++self->strangers_;

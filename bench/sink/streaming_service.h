@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "bench/common/shared_count.h"
+#include "bench/common/shared_counts.h"
 #include "bench/sink/bus.h"
 #include "bench/sink/recorder.h"
 
@@ -29,7 +29,7 @@ class StreamingService {
 
   Recorder& recorder_;
   std::function<void()> onFull_;
-  bench::SharedCount received_;
+  bench::SharedCounts& counts_ = bench::sharedCounts();
   std::uint64_t responses_ = 0;
   std::uint64_t errorResponses_ = 0;
   std::uint64_t strangers_ = 0;

@@ -67,8 +67,8 @@ bool EventConsumer::batchIsDue() const {
   }
   // Whole batches: each turn of the loop costs something for every call in flight, so that one
   // event a turn would cost more than the event.
-  const std::uint64_t onTheWay = messages_ - std::min(messages_, received_.get());
-  return load_.window == 0 || onTheWay + batch() <= std::max(load_.window, batch());
+  const std::uint64_t unanswered = messages_ - std::min(messages_, answered_.load());
+  return load_.window == 0 || unanswered + batch() <= std::max(load_.window, batch());
 }
 
 std::uint64_t EventConsumer::batch() const {
@@ -77,9 +77,8 @@ std::uint64_t EventConsumer::batch() const {
 }
 
 gboolean EventConsumer::prepare(GSource* source, int* timeout) {
-  // Every reply wakes the loop, and with it this check; the timer is for the case that the
-  // sink has counted a message after its reply was seen.
-  *timeout = 1;
+  // Every answer makes the loop turn, and with it this test.
+  *timeout = -1;
   return reinterpret_cast<TurnSource*>(source)->consumer->batchIsDue();
 }
 

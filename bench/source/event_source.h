@@ -5,6 +5,7 @@
 
 #include <event2.h>
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -13,7 +14,7 @@
 #include "bench/common/load.h"
 #include "bench/common/message.h"
 #include "bench/common/rate_timer.h"
-#include "bench/common/shared_count.h"
+#include "bench/common/shared_counts.h"
 
 /// One event as one subscription gets it: its number and the time of its making; the text is
 /// made when it is asked for.
@@ -53,7 +54,7 @@ struct EventConsumer {
 
   const bench::Load load_;
   bench::Message message_;
-  bench::SharedCount received_;
+  std::atomic<std::uint64_t>& answered_ = bench::sharedCounts().answered;
   std::map<unsigned int, Subscription> subscriptions_;
   unsigned int lastId_ = 0;
   std::uint64_t events_ = 0;

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the lumenfeed developers
 // SPDX-License-Identifier: MIT
 
-#include "bench/common/shared_count.h"
+#include "bench/common/shared_counts.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -16,24 +16,29 @@
 
 namespace bench {
 
-SharedCount::SharedCount() {
+namespace {
+
+SharedCounts* map() {
   static_assert(std::atomic<std::uint64_t>::is_always_lock_free);
   const char* path = requiredVariable("BENCH_SHARED");
   const int file = open(path, O_RDWR | O_CREAT | O_CLOEXEC, 0600);
   void* memory = MAP_FAILED;
-  if (file >= 0 && ftruncate(file, sizeof *value_) == 0) {
-    memory = mmap(nullptr, sizeof *value_, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+  if (file >= 0 && ftruncate(file, sizeof(SharedCounts)) == 0) {
+    memory = mmap(nullptr, sizeof(SharedCounts), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
   }
   if (memory == MAP_FAILED) {
     std::fprintf(stderr, "bench: cannot map %s: %s\n", path, std::strerror(errno));
     std::exit(2);
   }
   close(file);
-  value_ = static_cast<std::atomic<std::uint64_t>*>(memory);
+  return static_cast<SharedCounts*>(memory);
 }
 
-SharedCount::~SharedCount() {
-  munmap(value_, sizeof *value_);
+}  // namespace
+
+SharedCounts& sharedCounts() {
+  static SharedCounts* const counts = map();
+  return *counts;
 }
 
 }  // namespace bench
