@@ -36,11 +36,12 @@ def options():
 def conditions(rounds):
     cpu = next((line.split(":", 1)[1].strip() for line in open("/proc/cpuinfo")
                 if line.startswith("model name")), platform.machine())
-    return [f"{os.cpu_count()} cores, {cpu}", f"Linux {platform.release()}",
+    return [f"{os.cpu_count()} cores, {cpu}", f"Linux {platform.release().split('-')[0]}",
             program_version(["pkg-config", "--modversion", "glib-2.0"]).join(("GLib ", "")),
             program_version(["dbus-daemon", "--version"]),
             "mosquitto " + program_version(["dpkg-query", "-W", "-f", "${Version}", "mosquitto"]),
-            program_version(["c++", "--version"]), f"{rounds} rounds"]
+            program_version(["c++", "--version"]), f"{rounds} rounds",
+            f"load average {os.getloadavg()[0]:.1f} before the run"]
 
 
 def measure_roads(bed, rounds, chosen):
@@ -64,7 +65,7 @@ def measure_all(arguments):
         results["roads"] = measure_roads(bed, rounds, chosen)
         if arguments.only:
             return results
-        results["footprint"] = footprint.run(bed, rounds)
+        results["footprint"] = footprint.run(bed, 3 * rounds)
         results["micro"] = micro.run(bed.programs / "micro/micro", rounds,
                                      0.05 if arguments.quick else 0.3)
         if bed.broker:

@@ -91,6 +91,7 @@ def _micro(results):
     yield Demand("one event against 10,000 subscriptions, one matching, to 10", "x",
                  micro.ratio(figures, "topicIndex/10000", "topicIndex/10"), 2, 1.2)
     for name, text in (("200_bytes", "200 B"), ("10_filters", "10 filters")):
+        # Two passes, of which each decodes: twice the decoding is where this ends.
         yield Demand(f"validate and parse to one bare decode, {text}", "x",
                      micro.ratio(figures, f"validateAndParse/{name}", f"decode/{name}"), 2.0, 1.6)
 

@@ -49,7 +49,7 @@ MICRO_HEAD = ["", "CPU ns", "smallest to largest"]
 
 
 def micro_rows(results):
-    for name, values in results["micro"].items():
+    for name, values in sorted(results["micro"].items()):
         yield [f"`{name}`", _number(stats.median(values)),
                f"{_number(min(values))} to {_number(max(values))}"]
 
