@@ -97,6 +97,12 @@ TEST_F(Config, NothingIsIgnored) {
               HasSubstr("ca-file: TLS is for host names"));
 }
 
+TEST_F(Config, ATextThatMqttWouldRefuseIsRefusedHere) {
+  EXPECT_THAT(load("topic-prefix=a\\tb"), HasSubstr("topic-prefix: \"a\tb\": not usable"));
+  EXPECT_THAT(load("username=a\\nb"), EndsWith("username: holds a control character, which MQTT "
+                                               "does not allow"));
+}
+
 TEST_F(Config, APasswordIsTheFilesOneLine) {
   ASSERT_EQ(load("username=me\npassword-file=" + directory_.write("password", "s e\"cret\r\n")),
             "");
@@ -115,6 +121,8 @@ TEST_F(Config, AFileThatItNamesMustBeThere) {
     EXPECT_THAT(error, HasSubstr("No such file or directory"));
   }
   EXPECT_THAT(load("ca-file=" + directory_.path()), HasSubstr("Is a directory"));
+  EXPECT_THAT(load("ca-file=/dev/zero"), EndsWith("/dev/zero: not a regular file"));
+  EXPECT_THAT(load("username=me\npassword-file=/dev/zero"), EndsWith("not a regular file"));
   EXPECT_THAT(load("ca-file=" + directory_.write("empty", "")), EndsWith("/empty: empty"));
 }
 

@@ -26,6 +26,11 @@ constexpr int kDefaultPort = 1883;
 /// What MQTT allows for a user name and a password.
 constexpr std::size_t kMaxLogin = 65535;
 
+/// Whether MQTT takes it as a text: it allows no control characters.
+bool isMqttText(const std::string& text) {
+  return mosquitto_validate_utf8(text.data(), static_cast<int>(text.size())) == MOSQ_ERR_SUCCESS;
+}
+
 using KeyFilePtr = common::Ptr<GKeyFile, g_key_file_unref>;
 
 /// Sets the fields of a configuration from one key file; the first fault ends it.
@@ -61,6 +66,7 @@ class Reader {
   bool setCertFile(const std::string& value) { return setFile(target_.certFile, value); }
   bool setKeyFile(const std::string& value) { return setFile(target_.keyFile, value); }
   bool setFile(std::string& target, const std::string& path);
+  bool isFile(const std::string& path);
 
   Configuration& target_;
   GKeyFile* file_;
@@ -193,7 +199,7 @@ bool Reader::setTopicPrefix(const std::string& value) {
   target_.topicPrefix = value;
   const std::string filter = value + "/onvif-ej/#";
   if (value.find('#') != std::string::npos || value.back() == '/' ||
-      mosquitto_sub_topic_check(filter.c_str()) != MOSQ_ERR_SUCCESS) {
+      mosquitto_sub_topic_check(filter.c_str()) != MOSQ_ERR_SUCCESS || !isMqttText(filter)) {
     return fail("\"" + value + "\": not usable as the start of an MQTT topic filter");
   }
   return true;
@@ -201,10 +207,23 @@ bool Reader::setTopicPrefix(const std::string& value) {
 
 bool Reader::setUsername(const std::string& value) {
   target_.username = value;
-  return value.size() <= kMaxLogin || fail("longer than MQTT allows");
+  if (value.size() > kMaxLogin) {
+    return fail("longer than MQTT allows");
+  }
+  return isMqttText(value) || fail("holds a control character, which MQTT does not allow");
+}
+
+/// Not a device or a pipe, which may have no end or never begin.
+bool Reader::isFile(const std::string& path) {
+  constexpr auto kUsual = static_cast<GFileTest>(G_FILE_TEST_IS_REGULAR | G_FILE_TEST_IS_DIR);
+  return !g_file_test(path.c_str(), G_FILE_TEST_EXISTS) || g_file_test(path.c_str(), kUsual) ||
+         fail(path + ": not a regular file");
 }
 
 bool Reader::setPasswordFile(const std::string& value) {
+  if (!isFile(value)) {
+    return false;
+  }
   char* text = nullptr;
   gsize length = 0;
   common::GErrorPtr error;
@@ -225,6 +244,9 @@ bool Reader::setPasswordFile(const std::string& value) {
 
 bool Reader::setFile(std::string& target, const std::string& path) {
   target = path;
+  if (!isFile(path)) {
+    return false;
+  }
   const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (file < 0) {
     return fail(path + ": " + g_strerror(errno));

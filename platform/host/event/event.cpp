@@ -23,7 +23,7 @@ std::string_view propertyMember(event::Operation operation) {
     case event::Operation::None:
       break;
   }
-  return {};
+  return "";
 }
 
 }  // namespace
