@@ -65,7 +65,9 @@ bool InputHandler::validatePayload(const char* payload, std::string& error) {
   json_error_t decodeError;
   const JsonPtr root(json_loads(payload, JSON_DECODE_ANY, &decodeError));
   if (root == nullptr) {
-    error = std::string("Failed to decode JSON string: ") + decodeError.text;
+    // The library quotes the text up to the fault, and may cut a character in two.
+    const common::GCharPtr reason(g_utf8_make_valid(decodeError.text, -1));
+    error = std::string("Failed to decode JSON string: ") + reason.get();
     return false;
   }
   const json_t* list = json_object_get(root.get(), kListKey);

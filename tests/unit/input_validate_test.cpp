@@ -56,6 +56,11 @@ class PayloadCheck : public testing::Test {
   unit::RecordedLog log_;
 };
 
+TEST_F(PayloadCheck, ReasonIsValidTextAlsoWhereTheJsonLibraryCutsACharacterInTwo) {
+  expectRefused("{\"e\\u00\xf0\x9f\x98\x80\"}",
+                "Failed to decode JSON string: invalid escape near '\"e\\u00\xef\xbf\xbd'");
+}
+
 TEST_F(PayloadCheck, AcceptsElementsWithEitherFilterOrBoth) {
   expectAccepted(R"({"eventFilterList":[{"topicFilter":"a"}]})");
   expectAccepted(R"({"eventFilterList":[{"contentFilter":"b"}]})");

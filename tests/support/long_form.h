@@ -1,0 +1,21 @@
+// SPDX-FileCopyrightText: 2026 the lumenfeed developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <cstddef>
+#include <random>
+
+namespace support {
+
+/// How much of a load a test makes: `usual` times $LUMENFEED_LOAD_FACTOR, which is 1 if not set.
+/// Throws std::runtime_error if it is set to something other than a number above 0.
+std::size_t scaled(std::size_t usual);
+
+/// Random numbers from $LUMENFEED_SEED, else from a fixed seed, so that a run can be had again.
+std::mt19937 randomNumbers();
+
+/// A number below `limit`.
+std::size_t below(std::mt19937& random, std::size_t limit);
+
+}  // namespace support
