@@ -3,6 +3,7 @@
 
 #include "service/event_data_source_dbus.h"
 
+#include <exception>
 #include <iterator>
 
 #include "common/log_level.h"
@@ -31,7 +32,20 @@ EventDataSourceDBus::~EventDataSourceDBus() {
   // priority behind those sources and are not run; a method call that is dispatched here still
   // finds everything it needs.
   while (skeleton_ != nullptr) {
+    turnContext();
+  }
+}
+
+void EventDataSourceDBus::turnContext() {
+  try {
     g_main_context_iteration(nullptr, TRUE);
+  } catch (const std::exception& exception) {
+    // Nothing may leave the destructor: the rest of the way down would be missing. After an
+    // exception that ended the loop, that one alone is reported; what made it often makes more.
+    if (std::uncaught_exceptions() == 0) {
+      g_log(nullptr, common::errorLevel(), "%sException when stopping lumenfeed: %s",
+            common::kLogPrefix, exception.what());
+    }
   }
 }
 

@@ -26,6 +26,8 @@ class EventDataSourceDBus {
 
  private:
   static void registerDBusErrors();
+  /// One turn of the main context, on the way down; throws nothing of std::exception.
+  static void turnContext();
 
   static void onBusAcquired(GDBusConnection* connection, const char* name, void* userData);
   static void onNameAcquired(GDBusConnection* connection, const char* name, void* userData);
