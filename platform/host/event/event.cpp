@@ -5,8 +5,8 @@
 
 #include <gio/gio.h>
 
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -62,7 +62,7 @@ char* event_get_json(const Event* event, GError** error) {
   }
   char* end = json;
   for (const std::string_view part : parts) {
-    end = static_cast<char*>(std::memcpy(end, part.data(), part.size())) + part.size();
+    end = std::copy(part.begin(), part.end(), end);
   }
   *end = '\0';
   return json;
