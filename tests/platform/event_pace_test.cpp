@@ -78,6 +78,32 @@ TEST_F(PaceTest, TriesAFewCallsAtGrowingIntervalsWhenNothingComesBack) {
   EXPECT_EQ(deliver(), Pace::kWindow) << "healthy at once when it goes on";
 }
 
+TEST_F(PaceTest, WhatIsKnownToFlyIsWaitedForThoughTheOtherSidePauses) {
+  deliver();
+  results(10, 20);
+  now_ += 5000;
+  pace_.settle(now_, true);
+  EXPECT_EQ(pace_.allowed(Pace::kWindow), 0U) << "a pause";
+  results(Pace::kWindow - 10, 20);
+  now_ += pace_.wait(now_);
+  pace_.settle(now_, false);
+  EXPECT_EQ(pace_.allowed(Pace::kWindow), Pace::kWindow) << "all have come";
+}
+
+TEST_F(PaceTest, WhatIsStuckIsWaitedForAtGrowingIntervals) {
+  unsigned int windows = 0;
+  for (const std::int64_t end = now_ + 40'000'000; now_ < end; now_ += pace_.wait(now_)) {
+    pace_.settle(now_, true);
+    for (; pace_.allowed(Pace::kWindow) > 0; ++windows) {
+      pace_.called(Pace::kWindow, now_);
+      results(Pace::kWindow / 2, 20);
+      pace_.settle(now_, true);
+    }
+  }
+  EXPECT_GT(windows, 10U);
+  EXPECT_LT(windows, 60U) << "in 40 s, with calls that are never answered";
+}
+
 TEST_F(PaceTest, TurnsForOthersDoNotStopItForEver) {
   deliver();
   unsigned int more = 0;

@@ -25,6 +25,7 @@ struct DeliverySource::Source {
 DeliverySource::DeliverySource(std::shared_ptr<Delivery> delivery)
     : delivery_(std::move(delivery)),
       context_(g_main_context_ref_thread_default()),
+      timers_(context_.get()),
       timer_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
   if (timer_ < 0) {
     throw std::system_error(errno, std::generic_category(), "timerfd_create");
@@ -119,15 +120,22 @@ bool DeliverySource::nothingFlies() const {
   return timeout < 0;
 }
 
+void DeliverySource::settle(std::int64_t now) {
+  pace_.settle(now, pace_.mayBeAtRest(now) && timers_.anyRuns());
+  if (pace_.wouldTry() && nothingFlies()) {
+    pace_.clear();
+  }
+  if (pace_.isClear()) {
+    timers_.start();
+  }
+}
+
 void DeliverySource::deliver() {
   ready_ = false;
   delivering_ = true;
   pace_.turnWasOurs();
   const std::int64_t now = g_source_get_time(source_);
-  pace_.settle(now);
-  if (pace_.wouldTry() && nothingFlies()) {
-    pace_.clear();
-  }
+  settle(now);
   const unsigned int allowed = std::min(pace_.allowed(Pace::kWindow), kBatch);
   const unsigned int slowAllowed = std::min(pace_.allowed(kSlowWindow), kBatch);
   // A callback may free the consumer, and us.

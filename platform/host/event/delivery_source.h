@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "common/ptr.h"
+#include "platform/host/event/call_timers.h"
 #include "platform/host/event/delivery.h"
 #include "platform/host/event/pace.h"
 
@@ -47,6 +48,7 @@ class DeliverySource {
   bool due();
   void turned(std::int64_t now);
   bool nothingFlies() const;
+  void settle(std::int64_t now);
   void deliver();
   void startTimer(std::int64_t microseconds);
   void stopTimer();
@@ -54,6 +56,8 @@ class DeliverySource {
   std::shared_ptr<Delivery> delivery_;
   Pace pace_;
   common::Ptr<GMainContext, g_main_context_unref> context_;
+  /// Of what the callbacks set going since nothing was in flight.
+  CallTimers timers_;
   /// GLib's own timers count milliseconds.
   int timer_;
   /// When there is something to deliver that may be delivered now.

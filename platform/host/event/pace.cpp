@@ -27,21 +27,33 @@ void Pace::turnWasOurs() {
   }
 }
 
-void Pace::settle(std::int64_t now) {
+void Pace::settle(std::int64_t now, bool flying) {
+  flying_ = flying && calls_ > 0;
   if (lastCalls_ > 0 && rhythm_.turns == turnsAtLastCall_) {
     // The context did not turn before it was our turn again: nothing had been left to be done.
     calls_ -= lastCalls_;
     --batches_;
   }
   lastCalls_ = 0;
-  if (results() >= kTurnsPerCall * calls_) {
-    // Most of these turns were for something else, and their rhythm is not that of results.
-    clear();
-    rhythm_.gap = Rhythm().gap;
-  } else if (results() > 0 && now - rhythm_.lastTurn >= rest()) {
+  if (mayBeAtRest(now) && !hasPatience(now)) {
+    patience_ = flying_ ? std::min(2 * patience_, kLongestHold) : kFirstHold;
+    if (turnsForOthers()) {
+      // Most of these turns were for something else, and their rhythm is not that of results.
+      rhythm_.gap = Rhythm().gap;
+    }
     clear();
   }
   try_ = calls_ > 0 && results() == 0 && now - lastCall_ >= hold_;
+}
+
+bool Pace::mayBeAtRest(std::int64_t now) const {
+  return turnsForOthers() || (results() > 0 && now - rhythm_.lastTurn >= rest());
+}
+
+/// For what is known to fly. It may be stuck, while the rest is answered.
+bool Pace::hasPatience(std::int64_t now) const {
+  const std::int64_t since = turnsForOthers() ? lastCall_ : rhythm_.lastTurn;
+  return flying_ && now - since < patience_;
 }
 
 unsigned int Pace::allowed(unsigned int window) const {
@@ -66,8 +78,13 @@ void Pace::called(unsigned int calls, std::int64_t now) {
 }
 
 std::int64_t Pace::wait(std::int64_t now) const {
-  const std::int64_t until = results() == 0 ? lastCall_ + hold_ : rhythm_.lastTurn + rest();
-  return std::max<std::int64_t>(until - now, 1);
+  if (results() == 0) {
+    return std::max<std::int64_t>(lastCall_ + hold_ - now, 1);
+  }
+  const std::int64_t sinceTurn = now - rhythm_.lastTurn;
+  // What flies may come back any time: looked at often at first, then less.
+  const std::int64_t shortest = flying_ ? std::max(rest(), sinceTurn / 4) : 1;
+  return std::max(rest() - sinceTurn, shortest);
 }
 
 std::int64_t Pace::rest() const {
@@ -80,6 +97,7 @@ void Pace::clear() {
   rhythm_.turns = 0;
   hold_ = kFirstHold;
   try_ = false;
+  flying_ = false;
 }
 
 }  // namespace event

@@ -1,0 +1,34 @@
+// SPDX-FileCopyrightText: 2026 the lumenfeed developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <glib.h>
+
+#include <vector>
+
+namespace event {
+
+/// Tells whether timers that came into a main context since some moment still run there. An
+/// asynchronous call of GDBus has one from its start until it is answered. Used by the thread that
+/// runs the context.
+class CallTimers {
+ public:
+  /// The context has to outlive this.
+  explicit CallTimers(GMainContext* context) : context_(context) {}
+
+  /// Timers count that come from now on.
+  void start();
+  bool anyRuns();
+
+ private:
+  unsigned int nextId() const;
+  bool runs(unsigned int id) const;
+
+  GMainContext* context_;
+  /// The first source that was not looked at yet.
+  unsigned int next_ = 0;
+  std::vector<unsigned int> running_;
+};
+
+}  // namespace event
