@@ -8,7 +8,8 @@
 
 namespace support {
 
-/// How much of a load a test makes: `usual` times $LUMENFEED_LOAD_FACTOR, which is 1 if not set.
+/// How much of a load a test makes: `usual` times $LUMENFEED_LOAD_FACTOR, which is 1 if not set, or
+/// 0.1 in a build with a sanitizer.
 /// Throws std::runtime_error if it is set to something other than a number above 0.
 std::size_t scaled(std::size_t usual);
 
