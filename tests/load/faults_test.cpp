@@ -122,9 +122,8 @@ TEST_F(Faults, ServiceWithoutFreeDescriptorsServesAndFindsTheBrokerAgainOnceTher
   ASSERT_NO_FATAL_FAILURE(open("other", {"A", "B"}));
   EXPECT_TRUE(client_.removeSession("other").ok());
   streaming_.clear();
-  broker_.kill();
+  restartBroker();
   ASSERT_TRUE(waitForLog("Lost the broker"));
-  broker_.start();
   EXPECT_TRUE(client_.createSession("other").ok());
   EXPECT_TRUE(client_.removeSession("other").ok());
   ASSERT_NO_FATAL_FAILURE(limitDescriptors(1024));

@@ -103,6 +103,12 @@ void LoadTest::publish(const std::string& topic, std::size_t number) {
                    R"({"Data":{"Number":)" + text + R"(,"Last":")" + text.back() + R"("}})");
 }
 
+void LoadTest::restartBroker() {
+  broker_.kill();
+  broker_.start();
+  publisher_ = std::make_unique<support::Publisher>(broker_.socketPath());
+}
+
 bool LoadTest::waitForCalls(std::size_t count) {
   std::size_t seen = 0;
   do {

@@ -45,6 +45,8 @@ class LoadTest : public support::GlibTest {
   void configure(const std::string& session, const std::vector<std::string>& filters);
   /// Publishes event number n on tns1:Load/TOPIC, and goes on.
   void publish(const std::string& topic, std::size_t number);
+  /// Kills the broker and starts it anew, with nothing of what it held.
+  void restartBroker();
   /// Waits until the streaming service has had so many calls, as long as there are more and more.
   [[nodiscard]] bool waitForCalls(std::size_t count);
   /// What the streaming service got; its record is empty afterwards.

@@ -1,13 +1,10 @@
 // SPDX-FileCopyrightText: 2026 the lumenfeed developers
 // SPDX-License-Identifier: MIT
 
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "tests/load/load_test.h"
+#include "tests/load/process_figures.h"
 
 namespace load {
 
@@ -29,22 +26,6 @@ class Rounds : public LoadTest {
  protected:
   Rounds() : LoadTest(support::PrivateBus::allowAllCalls()) {}
 
-  std::string process(const std::string& file) const {
-    return "/proc/" + std::to_string(service_->pid()) + "/" + file;
-  }
-  std::size_t descriptors() const {
-    std::size_t count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(process("fd"))) {
-      count += entry.is_directory() ? 0U : 1U;
-    }
-    return count;
-  }
-  std::size_t residentBytes() const {
-    std::size_t pages = 0;
-    std::ifstream file(process("statm"));
-    file >> pages >> pages;
-    return pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-  }
   /// What the bus counts of the service's connection: its match rules, as text.
   std::string matchRules() {
     const std::string all =
@@ -78,20 +59,19 @@ TEST_F(Rounds, LeaveDescriptorsMemoryAndMatchRulesWhereTheyWere) {
   for (; number < kWarmUp; ++number) {
     ASSERT_NO_FATAL_FAILURE(round(number));
   }
-  const std::size_t descriptorsBefore = descriptors();
-  const std::size_t bytesBefore = residentBytes();
+  const ProcessFigures before = figuresOf(service_->pid());
   const std::string rulesBefore = matchRules();
   for (; number < kWarmUp + support::scaled(500); ++number) {
     ASSERT_NO_FATAL_FAILURE(round(number));
   }
-  EXPECT_EQ(descriptors(), descriptorsBefore);
+  const ProcessFigures after = figuresOf(service_->pid());
+  EXPECT_EQ(after.descriptors, before.descriptors);
   EXPECT_EQ(matchRules(), rulesBefore);
-  const std::size_t bytes = residentBytes();
-  RecordProperty("descriptors", std::to_string(descriptorsBefore));
-  RecordProperty("residentBytesBefore", std::to_string(bytesBefore));
-  RecordProperty("residentBytesAfter", std::to_string(bytes));
+  RecordProperty("descriptors", std::to_string(after.descriptors));
+  RecordProperty("residentBytesBefore", std::to_string(before.residentBytes));
+  RecordProperty("residentBytesAfter", std::to_string(after.residentBytes));
   if (kOwnHeap) {
-    EXPECT_LT(bytes, bytesBefore + kMebibyte);
+    EXPECT_LT(after.residentBytes, before.residentBytes + kMebibyte);
   }
 }
 
