@@ -5,7 +5,7 @@
 set(LUMENFEED_SANITIZE "" CACHE STRING "Sanitizers to build with, for instance address,undefined")
 
 if(LUMENFEED_SANITIZE)
-  add_compile_options(-fsanitize=${LUMENFEED_SANITIZE} -fno-omit-frame-pointer -g)
+  add_compile_options(-fsanitize=${LUMENFEED_SANITIZE} -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${LUMENFEED_SANITIZE})
   if(LUMENFEED_SANITIZE MATCHES undefined)
     add_compile_options(-fno-sanitize-recover=undefined)
