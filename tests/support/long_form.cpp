@@ -12,12 +12,6 @@ namespace support {
 
 namespace {
 
-#ifdef LUMENFEED_SANITIZED
-constexpr double kUsualFactor = 0.1;
-#else
-constexpr double kUsualFactor = 1;
-#endif
-
 double number(const char* variable, double otherwise) {
   const char* const text = std::getenv(variable);
   if (text == nullptr) {
@@ -34,7 +28,8 @@ double number(const char* variable, double otherwise) {
 }  // namespace
 
 std::size_t scaled(std::size_t usual) {
-  const double size = static_cast<double>(usual) * number("LUMENFEED_LOAD_FACTOR", kUsualFactor);
+  const double size =
+      static_cast<double>(usual) * number("LUMENFEED_LOAD_FACTOR", kSanitized ? 0.1 : 1);
   return size < 1 ? 1 : static_cast<std::size_t>(size);
 }
 

@@ -8,8 +8,15 @@
 
 namespace support {
 
+/// A build with a sanitizer is slow, keeps what was freed, and has descriptors of its own.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+
 /// How much of a load a test makes: `usual` times $LUMENFEED_LOAD_FACTOR, which is 1 if not set, or
-/// 0.1 in a build with a sanitizer.
+/// 0.1 in a sanitized build.
 /// Throws std::runtime_error if it is set to something other than a number above 0.
 std::size_t scaled(std::size_t usual);
 
