@@ -31,6 +31,7 @@ std::vector<Property> StorageFailure::read() {
   }
 
   std::vector<Property> properties;
+  properties.reserve(failed.size());
   for (const auto& [token, hasFailed] : failed) {
     properties.push_back({"Device/HardwareFailure/StorageFailure", token,
                           JsonPtr(json_pack("{s:b}", "Failed", hasFailed ? 1 : 0))});

@@ -44,9 +44,14 @@ TEST_F(CallTimersTest, WhatWasThereBeforeDoesNotCount) {
   EXPECT_FALSE(timers_.anyRuns());
 }
 
-TEST_F(CallTimersTest, SourcesWithoutATimeDoNotCount) {
+TEST_F(CallTimersTest, WhatRunsOnceDoesNotCountAfterwards) {
   timers_.start();
-  attach(g_idle_source_new());
+  const common::Ptr<GSource, g_source_unref> once(g_timeout_source_new(0));
+  g_source_set_callback(
+      once.get(), [](void*) { return G_SOURCE_REMOVE; }, nullptr, nullptr);
+  g_source_attach(once.get(), context_.get());
+  EXPECT_TRUE(timers_.anyRuns());
+  g_main_context_iteration(context_.get(), TRUE);
   EXPECT_FALSE(timers_.anyRuns());
 }
 

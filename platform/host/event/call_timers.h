@@ -9,15 +9,15 @@
 
 namespace event {
 
-/// Tells whether timers that came into a main context since some moment still run there. An
-/// asynchronous call of GDBus has one from its start until it is answered. Used by the thread that
-/// runs the context.
+/// Tells whether sources that came into a main context since some moment are still there. An
+/// asynchronous call of GDBus has a timer from its start until it is answered; what else comes is
+/// gone at rest. Used by the thread that runs the context.
 class CallTimers {
  public:
   /// The context has to outlive this.
   explicit CallTimers(GMainContext* context) : context_(context) {}
 
-  /// Timers count that come from now on.
+  /// Those count that come from now on.
   void start();
   bool anyRuns();
 

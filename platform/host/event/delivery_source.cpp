@@ -157,7 +157,7 @@ void DeliverySource::deliver() {
   }
 }
 
-void DeliverySource::startTimer(std::int64_t microseconds) {
+void DeliverySource::startTimer(std::int64_t microseconds) const {
   constexpr std::int64_t kMicroseconds = 1'000'000;
   itimerspec when{};
   when.it_value.tv_sec = static_cast<std::time_t>(microseconds / kMicroseconds);

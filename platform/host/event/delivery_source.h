@@ -50,7 +50,7 @@ class DeliverySource {
   bool nothingFlies() const;
   void settle(std::int64_t now);
   void deliver();
-  void startTimer(std::int64_t microseconds);
+  void startTimer(std::int64_t microseconds) const;
   void stopTimer();
 
   std::shared_ptr<Delivery> delivery_;
