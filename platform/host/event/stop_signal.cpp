@@ -23,7 +23,7 @@ StopSignal::~StopSignal() {
   close(fd_);
 }
 
-void StopSignal::wake() {
+void StopSignal::wake() const {
   const std::uint64_t one = 1;
   // Fails only when it is readable already.
   [[maybe_unused]] const ssize_t written = write(fd_, &one, sizeof one);
@@ -34,7 +34,7 @@ void StopSignal::stop() {
   wake();
 }
 
-void StopSignal::clear() {
+void StopSignal::clear() const {
   std::uint64_t count = 0;
   [[maybe_unused]] const ssize_t got = read(fd_, &count, sizeof count);
 }

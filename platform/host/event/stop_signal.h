@@ -17,13 +17,13 @@ class StopSignal {
   StopSignal& operator=(const StopSignal&) = delete;
 
   /// Any thread.
-  void wake();
+  void wake() const;
   void stop();
   bool stopped() const { return stopped_; }
 
   /// The waiting thread: readable after wake() or stop(), until cleared.
   int fd() const { return fd_; }
-  void clear();
+  void clear() const;
   /// Returns when the time is over or after stop(); wake() does not shorten it.
   void wait(std::chrono::milliseconds time);
   /// Returns after wake() or stop().
