@@ -20,6 +20,13 @@ bool mayDiffer(const json_error_t& error, std::string_view payload) {
          payload.find("\\u") != std::string_view::npos;
 }
 
+/// Whether jansson may take what we refuse: it skips a zero byte behind a number, and knows no such
+/// limit of depth.
+bool mayTakeMore(std::string_view payload, const std::string& error) {
+  return payload.find('\0') != std::string_view::npos ||
+         error.find("within each other") != std::string::npos;
+}
+
 }  // namespace
 
 /// Whatever a publisher sends: taken or refused as jansson does, and the parts are in reach.
@@ -33,7 +40,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       json_loadb(payload.data(), payload.size(), JSON_ALLOW_NUL, &why));
   if (!message) {
     FUZZ_CHECK(!error.empty());
-    FUZZ_CHECK(!json_is_object(json.get()) || error.find("within each other") != error.npos);
+    FUZZ_CHECK(!json_is_object(json.get()) || mayTakeMore(payload, error));
     return 0;
   }
   FUZZ_CHECK(json_is_object(json.get()) || mayDiffer(why, payload));
