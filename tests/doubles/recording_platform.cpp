@@ -110,10 +110,14 @@ bool RecordingPlatform::failureDue(const std::string& function,
       ++script;
     }
   }
-  if (due && failure.how == Failure::How::kThrow) {
+  const bool standard = failure.how == Failure::How::kThrow;
+  if (due && (standard || failure.how == Failure::How::kThrowText)) {
     lock.unlock();
     record({function, arguments, "exception"});
-    throw std::runtime_error(failure.text);
+    if (standard) {
+      throw std::runtime_error(failure.text);
+    }
+    throw failure.text;
   }
   return due;
 }

@@ -34,6 +34,7 @@ struct Failure {
     kNullMessage,  ///< refused, with an error object whose message is null
     kNoError,      ///< refused, and the error object is not set
     kThrow,        ///< throws std::runtime_error(text) instead of returning
+    kThrowText,    ///< throws the text itself, which is no std::exception
   };
   How how = How::kError;
   std::string text = "scripted failure";
@@ -100,7 +101,8 @@ class RecordingPlatform {
 
   // The rest is for the doubles.
 
-  /// The failure that is due for this call, which it counts. A due kThrow is recorded and thrown.
+  /// The failure that is due for this call, which it counts. What is to be thrown is recorded
+  /// and thrown.
   bool failureDue(const std::string& function, const std::vector<std::string>& arguments,
                   Failure& failure);
   /// A new handle's name, its kind and number.

@@ -39,7 +39,8 @@ Failure::How howFrom(const std::string& word) {
       {"error", Failure::How::kError},
       {"null-message", Failure::How::kNullMessage},
       {"no-error", Failure::How::kNoError},
-      {"throw", Failure::How::kThrow}};
+      {"throw", Failure::How::kThrow},
+      {"throw-text", Failure::How::kThrowText}};
   return kWords.at(word);
 }
 

@@ -45,9 +45,10 @@ Service::Service(support::Environment environment) : environment_(std::move(envi
   environment_.merge(platform.environment());
 }
 
-void Service::launch() {
-  process =
-      std::make_unique<support::Process>(std::vector<std::string>{LUMENFEED_PROGRAM}, environment_);
+void Service::launch(const std::vector<std::string>& arguments) {
+  std::vector<std::string> command = {LUMENFEED_PROGRAM};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  process = std::make_unique<support::Process>(command, environment_);
 }
 
 void Service::start() {

@@ -36,7 +36,7 @@ class Service {
   explicit Service(support::Environment environment);
 
   /// Starts, and goes on at once.
-  void launch();
+  void launch(const std::vector<std::string>& arguments = {});
   /// Starts, and returns when the name is owned.
   void start();
   /// Asks to stop, and waits for the end.

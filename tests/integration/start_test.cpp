@@ -40,6 +40,16 @@ TEST_F(Start, LogsThatItStartsThenThatItHasTheName) {
   EXPECT_EQ(client.ownerOf(kBusName), client.connectionOf(service.process->pid()));
 }
 
+TEST_F(Start, HandsItsArgumentsToTheLogAndTakesNoneItself) {
+  service.launch({"--help", "-x", "file"});
+  EXPECT_TRUE(platform.waitForLog(kInfo, kAcquired));
+  const std::vector<std::string>& arguments = platform.records().front().arguments;
+  ASSERT_EQ(arguments.size(), 5U);
+  EXPECT_EQ(arguments[0], "4");
+  EXPECT_THAT(std::vector<std::string>(arguments.begin() + 2, arguments.end()),
+              ElementsAre("--help", "-x", "file"));
+}
+
 TEST(StartWithoutABus, EndsWithStatusOneAndExactlyTwoErrorLines) {
   const support::TempDir directory;
   Service service({{"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + directory.file("nobody")}});

@@ -191,6 +191,18 @@ TEST_F(Stop, ExceptionInAMethodHandlerEndsTheSameWay) {
   EXPECT_FALSE(platform.logged(kInfo, kTerminating));
 }
 
+TEST_F(Stop, ExceptionThatIsNoStandardOneEndsTheProcessAbnormally) {
+  start();
+  ASSERT_TRUE(client.createSession("s").ok());
+  platform.fail("event_consumer_subscribe", 1, "throw-text", "out of everything");
+  platform.sync();
+  expectEnd({true, SIGABRT});
+  client.sendHandleRequest("s", topicPayload());
+  EXPECT_EQ(service.process->wait(), (ExitStatus{true, SIGABRT}));
+  EXPECT_EQ(platform.count("event_consumer_free"), 0U);
+  EXPECT_FALSE(platform.logged(kInfo, kTerminating));
+}
+
 TEST_F(Stop, FurtherExceptionsOnTheWayDownChangeNothing) {
   start();
   configured("s");

@@ -57,7 +57,7 @@ class PlatformControl {
   /// Sends a command (tests/README.md lists them); before the process starts, it is the script.
   void send(const std::string& command) const;
   /// The nth call of `function` from now on goes wrong: HOW is error, null-message, no-error,
-  /// throw.
+  /// throw, throw-text.
   void fail(const std::string& function, unsigned nth, const std::string& how,
             const std::string& text = {}) const;
   /// `target`: a subscription's id or "all". `kind`: plain, internal, unreadable. In the JSON text

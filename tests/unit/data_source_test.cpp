@@ -61,9 +61,14 @@ class DataSourceTest : public unit::BusTest {
     return record;
   }
 
+  static void onRefused(GDBusConnection* /*connection*/, const char* /*name*/, void* data) {
+    static_cast<DataSourceTest*>(data)->refused_ = true;
+  }
+
   unit::RecordingWSServiceDBus wsService_;
   std::unique_ptr<EventConsumerHandler> handler_;
   std::unique_ptr<EventDataSourceDBus> source_;
+  bool refused_ = false;
 };
 
 TEST_F(DataSourceTest, ExportsTheObjectBeforeItOwnsTheName) {
@@ -95,10 +100,11 @@ TEST_F(DataSourceTest, CanComeAndGoAgain) {
   }
 }
 
-TEST_F(DataSourceTest, KeepsItsObjectWhenAnotherOwnsTheName) {
+TEST_F(DataSourceTest, KeepsItsObjectAndLeavesTheNameToAnOwnerWhoWouldGiveItUp) {
   const auto other = bus_.connect();
-  const guint id = g_bus_own_name_on_connection(other.get(), kName, G_BUS_NAME_OWNER_FLAGS_NONE,
-                                                nullptr, nullptr, nullptr, nullptr);
+  const guint id =
+      g_bus_own_name_on_connection(other.get(), kName, G_BUS_NAME_OWNER_FLAGS_ALLOW_REPLACEMENT,
+                                   nullptr, nullptr, nullptr, nullptr);
   support::BusClient client(bus_.connect());
   ASSERT_TRUE(support::waitFor([&] { return !client.ownerOf(kName).empty(); }));
   create();
@@ -106,11 +112,30 @@ TEST_F(DataSourceTest, KeepsItsObjectWhenAnotherOwnsTheName) {
   EXPECT_THAT(takeRecord(), ElementsAre(kExported, kRefused));
   EXPECT_EQ(client.ownerOf(kName), g_dbus_connection_get_unique_name(other.get()));
   client.setDestination(g_dbus_connection_get_unique_name(connection_));
+  EXPECT_TRUE(client.createSession("s").ok());
   takeRecord();
   EXPECT_THAT(destroy(), ElementsAre("unown()", "unexport()"));
   g_bus_unown_name(id);
   unit::turnMainContext();
   takeRecord();
+}
+
+TEST_F(DataSourceTest, KeepsItsNameFromOneWhoWouldReplaceIt) {
+  create();
+  ASSERT_TRUE(waitForRecord("the name"));
+  takeRecord();
+  const auto other = bus_.connect();
+  const guint id = g_bus_own_name_on_connection(
+      other.get(), kName,
+      GBusNameOwnerFlags(G_BUS_NAME_OWNER_FLAGS_REPLACE | G_BUS_NAME_OWNER_FLAGS_DO_NOT_QUEUE),
+      nullptr, onRefused, this, nullptr);
+  EXPECT_TRUE(support::waitFor([this] { return refused_; }));
+  EXPECT_EQ(support::BusClient(bus_.connect()).ownerOf(kName),
+            g_dbus_connection_get_unique_name(connection_));
+  EXPECT_THAT(takeRecord(), IsEmpty());
+  g_bus_unown_name(id);
+  takeRecord();
+  EXPECT_THAT(destroy(), ElementsAre("unown()", "unexport()"));
 }
 
 TEST_F(DataSourceTest, GetsTheNameWhenItsOwnerGoes) {
