@@ -16,6 +16,7 @@
 #include "platform/host/event/hand_over.h"
 #include "tests/platform/broker.h"
 #include "tests/platform/event_support.h"
+#include "tests/platform/mute_name_server.h"
 #include "tests/platform/unix_socket.h"
 
 namespace {
@@ -200,7 +201,11 @@ TEST_F(EventEnd, WhileAConnectionAttemptGoesUnanswered) {
 }
 
 TEST_F(EventEnd, WhileAHostNameIsLookedUp) {
-  support::consumerOf("nobody.invalid").reset();
+  const support::MuteNameServer names;
+  support::ConsumerPtr consumer = support::consumerOf("nobody.invalid");
+  ASSERT_TRUE(names.waitUntilAsked());
+  consumer.reset();
+  EXPECT_TRUE(names.asked()) << "the end waited for the answer";
 }
 
 }  // namespace
