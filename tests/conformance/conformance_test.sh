@@ -5,7 +5,8 @@
 # Runs the program that checks a platform's libraries against the host platform's, with a broker of
 # its own.
 #   conformance_test.sh STEP PROGRAM
-# STEP: kept (every promise is), silent (a platform without an event is found out), usage.
+# STEP: kept (every promise is), silent (a platform without an event is found out), refused (a topic
+# that the library does not take is found out), usage.
 set -euo pipefail
 
 step=$1 program=$2
@@ -54,6 +55,16 @@ case $step in
     "$program" --publish : --deadline 1 >"$work/report" || status=$?
     [ $status -eq 1 ] || fail "status $status without an event"
     grep -q '^not ok .* an event on the topic arrives$' "$work/report" || fail "$(cat "$work/report")"
+    ;;
+  refused)
+    start_broker
+    for option in --topic --other-topic; do
+      status=0
+      "$program" --publish : --deadline 1 $option 'tns1:[' >"$work/report" || status=$?
+      [ $status -eq 1 ] || fail "status $status with a wrong $option"
+      grep -q "^not ok .* the topic of $option is taken\$" "$work/report" || fail "$(cat "$work/report")"
+      grep -q '^1\.\.' "$work/report" || fail "no end of the report: $(cat "$work/report")"
+    done
     ;;
   usage)
     for arguments in "" "--burst 1 --publish :" "--no-such-option" "--publish : more"; do
