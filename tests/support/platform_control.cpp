@@ -96,7 +96,8 @@ void PlatformControl::deliver(const std::string& target, const std::string& json
 
 bool PlatformControl::waitUntilHeld(const std::string& text) {
   return waitFor([&] {
-    return std::any_of(records().begin(), records().end(), [&](const PlatformRecord& record) {
+    const std::vector<PlatformRecord>& all = records();
+    return std::any_of(all.begin(), all.end(), [&](const PlatformRecord& record) {
       return record.function == "held" && record.arguments.front() == text;
     });
   });
@@ -160,8 +161,9 @@ bool PlatformControl::waitForCall(const std::string& function, std::size_t count
 }
 
 std::size_t PlatformControl::count(const std::string& function) {
+  const std::vector<PlatformRecord>& all = records();
   return static_cast<std::size_t>(
-      std::count_if(records().begin(), records().end(),
+      std::count_if(all.begin(), all.end(),
                     [&](const PlatformRecord& record) { return record.function == function; }));
 }
 

@@ -71,6 +71,7 @@ class PlatformControl {
   /// Returns when every command sent before has been carried out.
   void sync();
 
+  /// Reads on: what an earlier call returned grows, and its iterators are of no use any more.
   const std::vector<PlatformRecord>& records();
   /// The calls of the platform, as texts: no log lines, no notes.
   std::vector<std::string> calls();
