@@ -7,12 +7,12 @@
 #include <string>
 #include <utility>
 
+#include "common/api.h"
 #include "common/log_level.h"
 #include "events/event_filter.h"
 #include "events/filter_exception.h"
 #include "events/queued_event.h"
 #include "input/json_exception.h"
-#include "service/api.h"
 #include "sessions/queued_request.h"
 
 SessionTable EventConsumerHandler::sessions;

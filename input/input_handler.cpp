@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "common/api.h"
 #include "common/log_level.h"
 #include "common/ptr.h"
 #include "input/json_exception.h"
@@ -50,11 +51,11 @@ bool InputHandler::validateVersion(const char* version) {
 }
 
 bool InputHandler::validateSourceId(const char* sourceId) {
-  return std::string(sourceId) == "events";
+  return std::string(sourceId) == api::kSourceId;
 }
 
 bool InputHandler::validateMethod(const char* method) {
-  return std::string(method) == "configure";
+  return std::string(method) == api::kConfigure;
 }
 
 bool InputHandler::validatePayload(const char* payload, std::string& error) {

@@ -6,10 +6,10 @@
 #include <optional>
 #include <string>
 
+#include "common/api.h"
 #include "common/log_level.h"
 #include "events/event_consumer_handler.h"
 #include "input/input_handler.h"
-#include "service/api.h"
 #include "service/dbus_errors.h"
 #include "service/dbus_names.h"
 #include "service/event_data_source_dbus.h"

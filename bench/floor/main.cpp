@@ -14,9 +14,9 @@
 #include "bench/common/load.h"
 #include "bench/common/message.h"
 #include "bench/common/rate_timer.h"
+#include "common/api.h"
 #include "common/ptr.h"
 #include "dbus/generated_ws_service_dbus.h"
-#include "service/api.h"
 #include "service/dbus_names.h"
 
 namespace {

@@ -8,8 +8,8 @@
 
 #include <cstdlib>
 
+#include "common/api.h"
 #include "common/ptr.h"
-#include "service/api.h"
 
 namespace console {
 namespace {

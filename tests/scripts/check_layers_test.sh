@@ -30,9 +30,9 @@ wrong() {
   mv "$copy/saved" "$copy/$1"
 }
 
-wrong common/ptr.h '"service/api.h"'
+wrong common/ptr.h '"service/dbus_names.h"'
 wrong input/input_handler.cpp '"events/event_filter.h"'
-wrong input/input_handler.h '"service/api.h"'
+wrong input/input_handler.h '"service/dbus_names.h"'
 wrong input/input_handler.cpp '<event2.h>'
 wrong events/event_filter.h '"service/ws_service_dbus.h"'
 wrong events/event_consumer_handler.cpp '"service/dbus_names.h"'
@@ -45,6 +45,6 @@ wrong service/main.cpp '<wsevent.h>'
 wrong sessions/session_data.h '<event2.h>'
 wrong sessions/request_handler.cpp '"platform/host/model/json_text.h"'
 wrong platform/include/event2.h '"common/ptr.h"'
-wrong platform/host/log/ov_log_syslog.cpp '"service/api.h"'
+wrong platform/host/log/ov_log_syslog.cpp '"service/dbus_names.h"'
 wrong devkit/conformance/probe.cpp '"platform/host/model/json_text.h"'
 exit $failures
