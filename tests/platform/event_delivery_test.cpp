@@ -128,7 +128,6 @@ TEST_F(EventDelivery, BadMessagesAreDroppedCountedAndLoggedAndTheStreamGoesOn) {
   EXPECT_THAT(all.summary().front(), R"({"good":true})");
   ASSERT_TRUE(waitForLog("(" + std::to_string(bad.size() + 1) + " so far)"));
   EXPECT_THAT(log_.linesWith("Dropped").front(), HasSubstr("Camera1/onvif-ej/Device/Trigger: "));
-  EXPECT_LE(log_.linesWith("Dropped").size(), 3U) << "limited in rate";
 }
 
 TEST_F(EventDelivery, AMessageOfExactlyOneMebibyteIsTaken) {
