@@ -56,6 +56,21 @@ TEST(FilterLimits, TheByteLimitCountsBytesAndItsErrorCharacters) {
                 ": expected the end within 65536 bytes, found a text of 65537");
 }
 
+TEST(FilterLimits, OfATextThatIsTooLongOnlyTheCharacterThatTheLimitCutsIsNotAWrongOne) {
+  const std::string path = "tns1:" + std::string(kMaxBytes - 5, 'a');
+  const std::string tooLong = "expected the end within 65536 bytes, found a text of 65540";
+  const auto errorWith = [&](const std::string& wrong, std::size_t at) {
+    return convertTopic((path + "aaaa").replace(at, wrong.size(), wrong)).error;
+  };
+  // The last four bytes within the limit have room for every character.
+  EXPECT_EQ(errorWith("\xFF", kMaxBytes - 4),
+            "topic expression, character 65533: expected valid UTF-8, found the byte 0xFF");
+  EXPECT_EQ(errorWith("\xF0\x9F\x98\x80", kMaxBytes - 3),
+            "topic expression, character 65534: " + tooLong);
+  EXPECT_EQ(errorWith("\xF0\x9F\x98\x80", kMaxBytes - 4),
+            "topic expression, character 65534: " + tooLong);
+}
+
 TEST(FilterLimits, SixtyFourBracketsMayBeOpenAtOnce) {
   const std::string core = "boolean(//SimpleItem[@Name='x'])";  // two of them
   const auto wrapped = [](const std::string& open, const std::string& inner, std::size_t count) {

@@ -69,6 +69,16 @@ TEST(MessageReader, ResolvesTheEscapesOfNamesAndValues) {
   EXPECT_THAT(itemsOf(R"({"S\u006furce":{"x":"y"}})"), ElementsAre("S x=y"));
 }
 
+TEST(MessageReader, ResolvesTheFirstAndTheLastSurrogatePair) {
+  EXPECT_THAT(itemsOf(R"({"Data":{"a":"\ud800\udc00","b":"\udbff\udfff"}})"),
+              ElementsAre("D a=\U00010000", "D b=\U0010FFFF"));
+  // One below and one above, on either side, are no pairs.
+  EXPECT_THAT(itemsOf(R"({"Data":{"a":"\ud7ff\udc00","b":"\udc00\udc00"}})"),
+              ElementsAre("D a=\xED\x9F\xBF\xED\xB0\x80", "D b=\xED\xB0\x80\xED\xB0\x80"));
+  EXPECT_THAT(itemsOf(R"({"Data":{"a":"\ud800\udbff","b":"\ud800\ue000"}})"),
+              ElementsAre("D a=\xED\xA0\x80\xED\xAF\xBF", "D b=\xED\xA0\x80\xEE\x80\x80"));
+}
+
 TEST(MessageReader, MakesHalfOfASurrogatePairTextThatEqualsNoUtf8) {
   EXPECT_THAT(itemsOf(R"({"Data":{"a":"\ud800","b":"\udc00\ud800x","c":"\ud800\u0041"}})"),
               ElementsAre("D a=\xED\xA0\x80", "D b=\xED\xB0\x80\xED\xA0\x80x",
