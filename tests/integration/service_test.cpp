@@ -46,7 +46,7 @@ Service::Service(support::Environment environment) : environment_(std::move(envi
 }
 
 void Service::launch(const std::vector<std::string>& arguments) {
-  std::vector<std::string> command = {LUMENFEED_PROGRAM};
+  std::vector<std::string> command = support::underTest(LUMENFEED_PROGRAM);
   command.insert(command.end(), arguments.begin(), arguments.end());
   process = std::make_unique<support::Process>(command, environment_);
 }

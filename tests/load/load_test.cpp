@@ -52,8 +52,7 @@ void LoadTest::startService() {
   support::Environment environment = bus_.environment();
   environment["EVENT2_CONFIG"] =
       directory_.write("event2.conf", "[broker]\naddress=" + broker_.address() + "\n");
-  service_ =
-      std::make_unique<support::Process>(std::vector<std::string>{LUMENFEED_PROGRAM}, environment);
+  service_ = std::make_unique<support::Process>(support::underTest(LUMENFEED_PROGRAM), environment);
   ASSERT_TRUE(waitForLog("Registered the name"));
   ASSERT_TRUE(waitForLog("Connected to the broker"));
 }

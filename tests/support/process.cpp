@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <ostream>
 #include <stdexcept>
 
@@ -22,6 +23,22 @@ namespace support {
 
 std::ostream& operator<<(std::ostream& out, const ExitStatus& status) {
   return out << (status.signalled ? "signal " : "exit status ") << status.value;
+}
+
+std::vector<std::string> underTest(const std::string& program) {
+  std::vector<std::string> command;
+  const char* const outer = std::getenv("LUMENFEED_RUN_UNDER");
+  if (outer != nullptr) {
+    char** words = nullptr;
+    common::GErrorPtr error;
+    if (!g_shell_parse_argv(outer, nullptr, &words, common::GErrorOut(error))) {
+      throw std::runtime_error(std::string("LUMENFEED_RUN_UNDER: ") + error->message);
+    }
+    const common::GStrvPtr owned(words);
+    command.assign(words, words + g_strv_length(words));
+  }
+  command.push_back(program);
+  return command;
 }
 
 /// The read end of a pipe, drained by the main context into lines.

@@ -27,6 +27,10 @@ struct ExitStatus {
 };
 std::ostream& operator<<(std::ostream& out, const ExitStatus& status);
 
+/// The command that starts the program under test: behind what $LUMENFEED_RUN_UNDER names, as a
+/// shell would split it (scripts/valgrind).
+std::vector<std::string> underTest(const std::string& program);
+
 /// A child process whose output is captured line by line. Killed when this object goes, and by
 /// the kernel when the test's process dies.
 class Process {
