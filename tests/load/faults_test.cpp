@@ -125,7 +125,8 @@ TEST_F(Faults, ServiceWithoutFreeDescriptorsServesAndFindsTheBrokerAgainOnceTher
   ASSERT_NO_FATAL_FAILURE(open("other", {"A", "B"}));
   EXPECT_TRUE(client_.removeSession("other").ok());
   streaming_.clear();
-  restartBroker();
+  killBroker();
+  startBroker();
   ASSERT_TRUE(waitForLog("Lost the broker"));
   EXPECT_TRUE(client_.createSession("other").ok());
   EXPECT_TRUE(client_.removeSession("other").ok());

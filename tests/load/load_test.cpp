@@ -34,6 +34,19 @@ std::vector<std::size_t> numbersBelow(std::size_t count) {
   return numbers;
 }
 
+Numbers numbersOf(const std::vector<support::ReceivedCall>& calls) {
+  constexpr const char* kMark = R"("Number":)";
+  Numbers numbers;
+  for (const support::ReceivedCall& call : calls) {
+    if (call.method == "SendStreamData") {
+      const std::string& json = call.arguments.back();
+      numbers[call.arguments.front()].push_back(
+          std::stoul(json.substr(json.find(kMark) + std::string(kMark).size())));
+    }
+  }
+  return numbers;
+}
+
 LoadTest::LoadTest(const std::string& busFragments)
     : bus_(busFragments),
       streaming_(bus_),
@@ -43,13 +56,13 @@ LoadTest::LoadTest(const std::string& busFragments)
                "] Terminating lumenfeed", "event2: Connected to the broker"} {}
 
 void LoadTest::SetUp() {
-  broker_.start();
-  publisher_ = std::make_unique<support::Publisher>(broker_.socketPath());
+  startBroker();
   startService();
 }
 
 void LoadTest::startService() {
-  support::Environment environment = bus_.environment();
+  support::Environment environment = environment_;
+  environment.merge(bus_.environment());
   environment["EVENT2_CONFIG"] =
       directory_.write("event2.conf", "[broker]\naddress=" + broker_.address() + "\n");
   service_ = std::make_unique<support::Process>(support::underTest(LUMENFEED_PROGRAM), environment);
@@ -102,8 +115,16 @@ void LoadTest::publish(const std::string& topic, std::size_t number) {
                    R"({"Data":{"Number":)" + text + R"(,"Last":")" + text.back() + R"("}})");
 }
 
-void LoadTest::restartBroker() {
+void LoadTest::publishRubbish() {
+  publisher_->send("device/onvif-ej/Load/Rubbish", "rubbish");
+}
+
+void LoadTest::killBroker() {
   broker_.kill();
+  publisher_.reset();
+}
+
+void LoadTest::startBroker() {
   broker_.start();
   publisher_ = std::make_unique<support::Publisher>(broker_.socketPath());
 }
@@ -121,26 +142,20 @@ bool LoadTest::waitForCalls(std::size_t count) {
 }
 
 Numbers LoadTest::takeNumbers() {
-  constexpr const char* kMark = R"("Number":)";
-  Numbers numbers;
-  for (const support::ReceivedCall& call : streaming_.calls()) {
-    if (call.method == "SendStreamData") {
-      const std::string& json = call.arguments.back();
-      numbers[call.arguments.front()].push_back(
-          std::stoul(json.substr(json.find(kMark) + std::string(kMark).size())));
-    }
-  }
+  Numbers numbers = numbersOf(streaming_.calls());
   streaming_.clear();
   return numbers;
 }
 
 bool LoadTest::waitForLog(const std::string& text, std::size_t times) const {
-  return support::waitFor([&] {
-    const std::vector<std::string>& lines = service_->standardError();
-    return std::count_if(lines.begin(), lines.end(), [&](const std::string& line) {
-             return line.find(text) != std::string::npos;
-           }) >= static_cast<std::ptrdiff_t>(times);
-  });
+  return support::waitFor([&] { return logLines(text) >= times; });
+}
+
+std::size_t LoadTest::logLines(const std::string& text) const {
+  const std::vector<std::string>& lines = service_->standardError();
+  return static_cast<std::size_t>(
+      std::count_if(lines.begin(), lines.end(),
+                    [&](const std::string& line) { return line.find(text) != std::string::npos; }));
 }
 
 }  // namespace load

@@ -45,8 +45,11 @@ class LoadTest : public support::GlibTest {
   void configure(const std::string& session, const std::vector<std::string>& filters);
   /// Publishes event number n on tns1:Load/TOPIC, and goes on.
   void publish(const std::string& topic, std::size_t number);
-  /// Kills the broker and starts it anew, with nothing of what it held.
-  void restartBroker();
+  /// Publishes what is no event.
+  void publishRubbish();
+  void killBroker();
+  /// Starts it anew, with nothing of what it held.
+  void startBroker();
   /// Waits until the streaming service has had so many calls, as long as there are more and more.
   [[nodiscard]] bool waitForCalls(std::size_t count);
   /// What the streaming service got; its record is empty afterwards.
@@ -54,7 +57,11 @@ class LoadTest : public support::GlibTest {
   /// A log line that contains this text is no surprise.
   void allowLog(const std::string& text) { allowed_.push_back(text); }
   [[nodiscard]] bool waitForLog(const std::string& text, std::size_t times = 1) const;
+  /// How many lines of the log contain this text.
+  std::size_t logLines(const std::string& text) const;
 
+  /// What the service has beside its bus and its configuration; read by startService().
+  support::Environment environment_;
   support::Broker broker_;
   support::PrivateBus bus_;
   support::FakeStreamingService streaming_;
@@ -67,6 +74,8 @@ class LoadTest : public support::GlibTest {
   std::vector<std::string> allowed_;
 };
 
+/// Those of the events among these calls.
+Numbers numbersOf(const std::vector<support::ReceivedCall>& calls);
 /// 0, 1, 2 … count - 1.
 std::vector<std::size_t> numbersBelow(std::size_t count);
 

@@ -135,7 +135,8 @@ void Soak::restartStreamingService() {
 }
 
 void Soak::renewBroker() {
-  restartBroker();
+  killBroker();
+  startBroker();
   ASSERT_NO_FATAL_FAILURE(awaitMark());
 }
 

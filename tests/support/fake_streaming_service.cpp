@@ -7,6 +7,7 @@
 #include <iterator>
 #include <ostream>
 #include <stdexcept>
+#include <utility>
 
 #include "service/dbus_names.h"
 #include "tests/support/glib_test.h"
@@ -49,7 +50,8 @@ std::ostream& operator<<(std::ostream& out, const ReceivedCall& call) {
   return out << ")";
 }
 
-FakeStreamingService::FakeStreamingService(const PrivateBus& bus, bool present) : bus_(bus) {
+FakeStreamingService::FakeStreamingService(std::string busAddress, bool present)
+    : busAddress_(std::move(busAddress)) {
   if (present) {
     appear();
   }
@@ -60,7 +62,7 @@ FakeStreamingService::~FakeStreamingService() {
 }
 
 void FakeStreamingService::appear() {
-  connection_ = bus_.connect();
+  connection_ = connectToBus(busAddress_);
   const NodeInfoPtr node(g_dbus_node_info_new_for_xml(kInterfaceXml, nullptr));
   static const GDBusInterfaceVTable kTable = {onCall, nullptr, nullptr, {}};
   g_dbus_connection_register_object(connection_.get(), dbus_names::kServiceObjectPath,

@@ -34,7 +34,9 @@ std::ostream& operator<<(std::ostream& out, const ReceivedCall& call);
 class FakeStreamingService {
  public:
   /// Appears at once, unless `present` is false.
-  explicit FakeStreamingService(const PrivateBus& bus, bool present = true);
+  explicit FakeStreamingService(std::string busAddress, bool present = true);
+  explicit FakeStreamingService(const PrivateBus& bus, bool present = true)
+      : FakeStreamingService(bus.address(), present) {}
   ~FakeStreamingService();
   FakeStreamingService(const FakeStreamingService&) = delete;
   FakeStreamingService& operator=(const FakeStreamingService&) = delete;
@@ -69,7 +71,7 @@ class FakeStreamingService {
                      const char* interface, const char* method, GVariant* parameters,
                      GDBusMethodInvocation* invocation, gpointer data);
 
-  const PrivateBus& bus_;
+  std::string busAddress_;
   common::GObjectPtr<GDBusConnection> connection_;
   Answer answer_ = Answer::kReply;
   std::string errorName_;

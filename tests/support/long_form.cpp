@@ -10,9 +10,7 @@
 
 namespace support {
 
-namespace {
-
-double number(const char* variable, double otherwise) {
+double setting(const char* variable, double otherwise) {
   const char* const text = std::getenv(variable);
   if (text == nullptr) {
     return otherwise;
@@ -25,16 +23,14 @@ double number(const char* variable, double otherwise) {
   return value;
 }
 
-}  // namespace
-
 std::size_t scaled(std::size_t usual) {
   const double size =
-      static_cast<double>(usual) * number("LUMENFEED_LOAD_FACTOR", kSanitized ? 0.1 : 1);
+      static_cast<double>(usual) * setting("LUMENFEED_LOAD_FACTOR", kSanitized ? 0.1 : 1);
   return size < 1 ? 1 : static_cast<std::size_t>(size);
 }
 
 std::mt19937 randomNumbers() {
-  return std::mt19937(static_cast<std::mt19937::result_type>(number("LUMENFEED_SEED", 20'260)));
+  return std::mt19937(static_cast<std::mt19937::result_type>(setting("LUMENFEED_SEED", 20'260)));
 }
 
 std::size_t below(std::mt19937& random, std::size_t limit) {

@@ -15,9 +15,12 @@ constexpr bool kSanitized = true;
 constexpr bool kSanitized = false;
 #endif
 
+/// The number above 0 in an environment variable, or another if it is not set.
+/// Throws std::runtime_error if it is set to something else.
+double setting(const char* variable, double otherwise);
+
 /// How much of a load a test makes: `usual` times $LUMENFEED_LOAD_FACTOR, which is 1 if not set, or
 /// 0.1 in a sanitized build.
-/// Throws std::runtime_error if it is set to something other than a number above 0.
 std::size_t scaled(std::size_t usual);
 
 /// Random numbers from $LUMENFEED_SEED, else from a fixed seed, so that a run can be had again.

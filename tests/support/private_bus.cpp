@@ -10,6 +10,20 @@
 
 namespace support {
 
+common::GObjectPtr<GDBusConnection> connectToBus(const std::string& busAddress) {
+  common::GErrorPtr error;
+  common::GObjectPtr<GDBusConnection> connection(g_dbus_connection_new_for_address_sync(
+      busAddress.c_str(),
+      static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                        G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+      nullptr, nullptr, common::GErrorOut(error)));
+  if (connection == nullptr) {
+    throw std::runtime_error(std::string("cannot connect to the bus: ") + error->message);
+  }
+  g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
+  return connection;
+}
+
 PrivateBus::PrivateBus(const std::string& fragments) {
   const std::string config = directory_.write(
       "bus.conf",
@@ -26,20 +40,6 @@ PrivateBus::PrivateBus(const std::string& fragments) {
                              (error.empty() ? std::string("it says nothing") : error.back()));
   }
   address_ = daemon_->standardOutput().front();
-}
-
-common::GObjectPtr<GDBusConnection> PrivateBus::connect() const {
-  common::GErrorPtr error;
-  common::GObjectPtr<GDBusConnection> connection(g_dbus_connection_new_for_address_sync(
-      address_.c_str(),
-      static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                        G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-      nullptr, nullptr, common::GErrorOut(error)));
-  if (connection == nullptr) {
-    throw std::runtime_error(std::string("cannot connect to the private bus: ") + error->message);
-  }
-  g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
-  return connection;
 }
 
 void PrivateBus::kill() {

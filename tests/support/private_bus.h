@@ -14,6 +14,9 @@
 
 namespace support {
 
+/// A new connection to a bus, which does not end the process when the bus goes.
+common::GObjectPtr<GDBusConnection> connectToBus(const std::string& busAddress);
+
 /// A dbus-daemon of the test's own with the bus configuration and the policy that are shipped.
 class PrivateBus {
  public:
@@ -24,8 +27,7 @@ class PrivateBus {
   const std::string& address() const { return address_; }
   /// What makes this the system bus of a child.
   Environment environment() const { return {{"DBUS_SYSTEM_BUS_ADDRESS", address_}}; }
-  /// A new connection, which does not end the process when the bus goes.
-  common::GObjectPtr<GDBusConnection> connect() const;
+  common::GObjectPtr<GDBusConnection> connect() const { return connectToBus(address_); }
   /// Ends the daemon; every connection to it is closed.
   void kill();
 
