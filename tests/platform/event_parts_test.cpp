@@ -12,16 +12,19 @@
 
 #include "platform/host/event/back_off.h"
 #include "platform/host/event/bad_message_log.h"
+#include "platform/host/event/delivery.h"
 #include "platform/host/event/duplicate_guard.h"
 #include "platform/host/event/hand_over.h"
 #include "platform/host/event/property_store.h"
 #include "platform/host/event/publication_reader.h"
+#include "platform/host/event/state_check.h"
 #include "platform/host/event/state_sync.h"
 #include "tests/platform/event_support.h"
 
 namespace {
 
 using std::chrono::milliseconds;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::SizeIs;
 
@@ -206,6 +209,37 @@ TEST_F(PartsWithLog, TheStoreOfStatesIsBoundedAndSaysSoOnce) {
   EXPECT_EQ(store.apply(publication("C/onvif-ej/D/&70", large)).event->operation,
             event::Operation::Changed)
       << "there is room again";
+}
+
+TEST(Delivery, FindingsAboutAnEarlierAskingForTheStatesAreNotUsed) {
+  using Kind = event::Arrival::Kind;
+  const event::Configuration configuration;
+  const event::Timing timing;
+  event::HandOver handOver([] {}, [] {});
+  event::StateCheck check(configuration, timing, [] {});
+  event::Delivery delivery(handOver, check);
+  std::vector<event::Operation> got;
+  const SubscribeExpression all{std::make_shared<const model::EventMatcher>()};
+  delivery.subscribe(
+      all,
+      [](Event* event, void* seen) {
+        static_cast<std::vector<event::Operation>*>(seen)->push_back(event->operation);
+        event_free(event);
+      },
+      &got);
+  const auto first = publication("C/onvif-ej/D/&1", "{}");
+  const auto second = publication("C/onvif-ej/D/&2", "{}");
+  const auto other = publication("C/onvif-ej/D/&2", R"({"a":1})", true, true);
+  std::vector<event::Arrival> batch{{Kind::StatesAsked, nullptr}, {Kind::Publication, first},
+                                    {Kind::Publication, second},  {Kind::StatesAsked, nullptr},
+                                    {Kind::StateGone, first, 1},  {Kind::StateFound, other, 1},
+                                    {Kind::StateFound, other, 2}, {Kind::StateGone, second, 2}};
+  handOver.push(batch);
+  while (delivery.hasWork()) {
+    delivery.deliver(100, 100);
+  }
+  using event::Operation;
+  EXPECT_THAT(got, ElementsAre(Operation::Initialized, Operation::Initialized, Operation::Changed));
 }
 
 TEST(PublicationReader, TheConfiguredPrefixTellsWhereTheOriginEnds) {

@@ -21,15 +21,21 @@ FakeBroker::FakeBroker(Script script)
 FakeBroker::~FakeBroker() {
   ended_ = true;
   thread_.join();
+  for (std::thread& script : scripts_) {
+    script.join();
+  }
 }
 
 void FakeBroker::run() {
   while (!ended_) {
     pollfd waiting{listener_.get(), POLLIN, 0};
     if (poll(&waiting, 1, kSlice) > 0) {
-      const Descriptor socket(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
-      Connection connection(socket.get(), ended_);
-      script_(connection, connections_++);
+      scripts_.emplace_back(
+          [this, number = connections_++,
+           socket = Descriptor(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC))] {
+            Connection connection(socket.get(), ended_);
+            script_(connection, number);
+          });
     }
   }
 }
@@ -72,6 +78,10 @@ void FakeBroker::Connection::send(const std::string& bytes) {
   [[maybe_unused]] const ssize_t sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
 }
 
+void FakeBroker::Connection::end() {
+  shutdown(socket_, SHUT_RDWR);
+}
+
 void FakeBroker::Connection::waitForEnd() {
   while (!read().empty()) {
   }
@@ -83,8 +93,18 @@ std::string connack(char reason, bool sessionPresent) {
   return {'\x20', 3, static_cast<char>(sessionPresent ? 1 : 0), reason, 0};
 }
 
-std::string suback(const std::string& subscribe, char reason) {
-  return {'\x90', 4, subscribe[1], subscribe[2], 0, reason};
+std::string connackWithoutIdentifiers() {
+  constexpr char kSubscriptionIdentifierAvailable = 0x29;
+  return {'\x20', 5, 0, 0, 2, kSubscriptionIdentifierAvailable, 0};
+}
+
+std::string suback(const std::string& subscribe, const std::string& reasons) {
+  std::string packet{'\x90', static_cast<char>(3 + reasons.size()), subscribe[1], subscribe[2], 0};
+  return packet + reasons;
+}
+
+std::string unsuback(const std::string& unsubscribe) {
+  return {'\xb0', 4, unsubscribe[1], unsubscribe[2], 0, 0};
 }
 
 std::string publish(const std::string& topic, const std::string& payload, char packetId,
@@ -95,6 +115,13 @@ std::string publish(const std::string& topic, const std::string& payload, char p
   body += payload;
   std::string packet(1, static_cast<char>(duplicate ? 0x3a : 0x32));
   return packet.append(1, static_cast<char>(body.size())) + body;
+}
+
+std::string retained(const std::string& topic, const std::string& payload) {
+  std::string body{0, static_cast<char>(topic.size())};
+  body += topic;
+  body.append(1, 0) += payload;
+  return std::string{'\x31', static_cast<char>(body.size())} + body;
 }
 
 std::string disconnect(char reason) {

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <functional>
+#include <list>
 #include <string>
 #include <thread>
 
@@ -22,6 +23,8 @@ class FakeBroker {
     /// The next packet, type and flags first; "" at the end of the connection.
     std::string read();
     void send(const std::string& bytes);
+    /// Any thread.
+    void end();
     /// Waits until the other side ends the connection.
     void waitForEnd();
 
@@ -31,7 +34,7 @@ class FakeBroker {
     int socket_;
     const std::atomic<bool>& ended_;
   };
-  /// Runs on a thread of its own, with the number of the connection, from 0.
+  /// Runs for each connection on a thread of its own, with the connection's number, from 0.
   using Script = std::function<void(Connection& connection, int number)>;
 
   explicit FakeBroker(Script script);
@@ -52,15 +55,25 @@ class FakeBroker {
   std::atomic<bool> ended_{false};
   std::atomic<int> connections_{0};
   std::thread thread_;
+  std::list<std::thread> scripts_;  // only thread_ adds to it
 };
 
 /// MQTT 5 packets, for scripts.
 namespace mqtt {
 std::string connack(char reason, bool sessionPresent = false);
-/// The answer to `subscribe`, as read.
-std::string suback(const std::string& subscribe, char reason);
+/// The same, of a broker that knows no subscription identifiers.
+std::string connackWithoutIdentifiers();
+/// The answer to `subscribe`, as read: a reason for each topic.
+std::string suback(const std::string& subscribe, const std::string& reasons);
+inline std::string suback(const std::string& subscribe, char reason) {
+  return suback(subscribe, std::string(1, reason));
+}
+/// The answer to `unsubscribe`, of one topic.
+std::string unsuback(const std::string& unsubscribe);
 std::string publish(const std::string& topic, const std::string& payload, char packetId,
                     bool duplicate = false);
+/// A retained message with QoS 0.
+std::string retained(const std::string& topic, const std::string& payload);
 std::string disconnect(char reason);
 }  // namespace mqtt
 

@@ -23,34 +23,36 @@ Proxy::Proxy(std::string brokerPath)
 Proxy::~Proxy() {
   ended_ = true;
   thread_.join();
+  for (std::thread& wire : wires_) {
+    wire.join();
+  }
 }
 
 void Proxy::run() {
   while (!ended_) {
     pollfd waiting{listener_.get(), POLLIN, 0};
     if (poll(&waiting, 1, kSlice) > 0) {
-      serve(Descriptor(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC)));
+      wires_.emplace_back([this, client = Descriptor(accept4(listener_.get(), nullptr, nullptr,
+                                                             SOCK_CLOEXEC))] { serve(client); });
     }
   }
 }
 
-void Proxy::serve(Descriptor client) {
+void Proxy::serve(const Descriptor& client) {
   const Descriptor broker = connectTo(brokerPath_);
   if (!broker.valid()) {
     return;
   }
-  ++connections_;
-  cut_ = false;
-  loseAnswers_ = false;
+  const int number = connections_++;
   bool open = true;
-  for (int lost = 0; open && !ended_ && !cut_ && lost < 20;) {
+  for (int lost = 0; open && !ended_ && number >= cut_ && lost < 20;) {
     pollfd ends[] = {{client.get(), POLLIN, 0}, {broker.get(), POLLIN, 0}};
     if (stalled_) {
       poll(nullptr, 0, kSlice);
       continue;
     }
     poll(ends, std::size(ends), kSlice);
-    if (loseAnswers_) {
+    if (number < losing_) {
       ++lost;
     } else if (ends[0].revents != 0) {
       open = forward(client.get(), broker.get());

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <list>
 #include <string>
 #include <thread>
 
@@ -12,7 +13,8 @@
 
 namespace support {
 
-/// A wire between a client and a broker that can be cut, and that can go dead without an end.
+/// A wire between a client's connections and a broker that can be cut, and that can go dead without
+/// an end.
 class Proxy {
  public:
   explicit Proxy(std::string brokerPath);
@@ -21,10 +23,10 @@ class Proxy {
   Proxy& operator=(const Proxy&) = delete;
 
   std::string address() const { return "unix:" + path(); }
-  /// Ends the connection; what was on the wire is lost. The next one is let through.
-  void cut() { cut_ = true; }
-  /// Ends the connection after losing what the client still sends: its acknowledgements.
-  void loseAnswers() { loseAnswers_ = true; }
+  /// Ends all connections; what was on the wire is lost. The next ones are let through.
+  void cut() { cut_ = connections_.load(); }
+  /// Ends them after losing what the client still sends: its acknowledgements.
+  void loseAnswers() { losing_ = connections_.load(); }
   /// Nothing gets through any more, in either direction, and nobody is told.
   void stall(bool stalled) { stalled_ = stalled; }
   int connections() const { return connections_; }
@@ -32,18 +34,20 @@ class Proxy {
  private:
   std::string path() const { return directory_.file("proxy.sock"); }
   void run();
-  void serve(Descriptor client);
+  void serve(const Descriptor& client);
   static bool forward(int from, int to);
 
   TempDir directory_;
   std::string brokerPath_;
   Descriptor listener_;
-  std::atomic<bool> cut_{false};
-  std::atomic<bool> loseAnswers_{false};
+  /// How many connections that concerns: those before.
+  std::atomic<int> cut_{0};
+  std::atomic<int> losing_{0};
   std::atomic<bool> stalled_{false};
   std::atomic<bool> ended_{false};
   std::atomic<int> connections_{0};
   std::thread thread_;
+  std::list<std::thread> wires_;  // only thread_ adds to it
 };
 
 }  // namespace support

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <cstdint>
+
 #include "platform/host/event/publication.h"
 
 namespace event {
@@ -13,12 +15,18 @@ struct Arrival {
     Publication,
     /// The broker has been asked for the states of all properties.
     StatesAsked,
-    /// It has sent them: what was not among them is gone.
-    StatesIn
+    /// It has sent them.
+    StatesIn,
+    /// A property that was not among them, as it was known: the broker no longer has it.
+    StateGone,
+    /// The state of one that was not among them and is not what was known.
+    StateFound
   };
 
   Kind kind;
-  PublicationPtr publication;  // null for the other two
+  PublicationPtr publication;  // null for StatesAsked and StatesIn
+  /// Of the last two: for which asking for the states; see PropertyStore.
+  std::uint64_t asking = 0;
 };
 
 }  // namespace event

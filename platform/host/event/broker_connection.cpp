@@ -10,13 +10,13 @@
 #include <condition_variable>
 #include <csignal>
 #include <mutex>
-#include <random>
 #include <utility>
 
 #include "common/log_level.h"
 #include "platform/host/event/back_off.h"
 #include "platform/host/event/broker_session.h"
 #include "platform/host/event/intake.h"
+#include "platform/host/event/state_check.h"
 #include "platform/host/event/stop_signal.h"
 
 namespace event {
@@ -26,21 +26,6 @@ namespace {
 /// A thread that has not ended by then sits in a call that cannot be interrupted (a look-up of a
 /// host name). It is left behind, and ends by itself.
 constexpr std::chrono::milliseconds kPatience{500};
-
-/// Unique among all processes, and of the 23 letters and digits that every broker takes. The same
-/// for a whole run, so that the broker finds our session again.
-std::string makeClientId() {
-  std::random_device random;
-  std::string id = "event2x";
-  constexpr const char* kDigits = "0123456789abcdef";
-  for (int word = 0; word < 2; ++word) {
-    unsigned int bits = random();
-    for (int digit = 0; digit < 8; ++digit, bits >>= 4U) {
-      id += kDigits[bits & 0xfU];
-    }
-  }
-  return id;
-}
 
 /// Blocks all signals while it lives: a thread that is started meanwhile inherits that. They are
 /// for the program's own threads.
@@ -61,39 +46,45 @@ class SignalBlock {
 
 }  // namespace
 
-/// What the thread works on. The thread holds a reference, in case it is left behind.
+/// What the threads work on. Each holds a reference, in case it is left behind.
 class BrokerConnection::Worker {
  public:
   Worker(const Configuration& configuration, const Timing& timing)
       : configuration_(configuration),
         timing_(timing),
         handOver_([this] { wakeConsumer(); }, [this] { stop_.wake(); }),
-        intake_(configuration.topicPrefix, timing, handOver_) {}
+        check_(configuration_, timing_, [this] { stop_.wake(); }),
+        intake_(configuration.topicPrefix, timing, handOver_, check_) {}
 
   HandOver& handOver() { return handOver_; }
+  StateCheck& stateCheck() { return check_; }
   void start(std::function<void()> wakeConsumer) { wakeConsumer_ = std::move(wakeConsumer); }
-  void run();
+  void runNetwork();
+  void runCheck();
   void stop();
   bool waitUntilEnded();
 
  private:
   void wakeConsumer();
+  void ended();
   void logEnd(const std::string& reason, bool wasReady);
 
   const Configuration configuration_;
   const Timing timing_;
-  const std::string clientId_ = makeClientId();
+  /// The same for a whole run, so that the broker finds our session again.
+  const std::string clientId_ = BrokerClient::makeId();
   std::mutex mutex_;  // guards the next two
   std::function<void()> wakeConsumer_;
-  bool ended_ = false;
-  std::condition_variable endedChanged_;
+  std::size_t threads_ = kThreads;
+  std::condition_variable threadsChanged_;
   StopSignal stop_;
   HandOver handOver_;
+  StateCheck check_;
   Intake intake_;
   std::string lastReason_;
 };
 
-void BrokerConnection::Worker::run() {
+void BrokerConnection::Worker::runNetwork() {
   BackOff backOff(timing_.firstBackOff, timing_.longestBackOff);
   while (!stop_.stopped()) {
     if (!intake_.hasRoom()) {
@@ -109,14 +100,24 @@ void BrokerConnection::Worker::run() {
           g_log(G_LOG_DOMAIN, G_LOG_LEVEL_MESSAGE, "Connected to the broker at %s",
                 configuration_.address.c_str());
         });
+    check_.cancel();
     if (!stop_.stopped()) {
       logEnd(reason, ready);
       stop_.wait(backOff.next());
     }
   }
+  ended();
+}
+
+void BrokerConnection::Worker::runCheck() {
+  check_.run();
+  ended();
+}
+
+void BrokerConnection::Worker::ended() {
   const std::lock_guard<std::mutex> lock(mutex_);
-  ended_ = true;
-  endedChanged_.notify_all();
+  --threads_;
+  threadsChanged_.notify_all();
 }
 
 /// One line a change: tries that fail like the one before are not logged.
@@ -134,11 +135,12 @@ void BrokerConnection::Worker::stop() {
     wakeConsumer_ = nullptr;
   }
   stop_.stop();
+  check_.stop();
 }
 
 bool BrokerConnection::Worker::waitUntilEnded() {
   std::unique_lock<std::mutex> lock(mutex_);
-  return endedChanged_.wait_for(lock, kPatience, [this] { return ended_; });
+  return threadsChanged_.wait_for(lock, kPatience, [this] { return threads_ == 0; });
 }
 
 void BrokerConnection::Worker::wakeConsumer() {
@@ -156,23 +158,29 @@ void BrokerConnection::start(std::function<void()> wakeConsumer) {
   std::call_once(once, [] { mosquitto_lib_init(); });
   worker_->start(std::move(wakeConsumer));
   const SignalBlock block;
-  thread_ = std::thread([worker = worker_] { worker->run(); });
+  threads_[0] = std::thread([worker = worker_] { worker->runNetwork(); });
+  threads_[1] = std::thread([worker = worker_] { worker->runCheck(); });
 }
 
 BrokerConnection::~BrokerConnection() {
-  if (!thread_.joinable()) {
+  if (!threads_.front().joinable()) {
     return;
   }
   worker_->stop();
-  if (worker_->waitUntilEnded()) {
-    thread_.join();
-  } else {
-    thread_.detach();
+  const bool ended = worker_->waitUntilEnded();
+  for (std::thread& thread : threads_) {
+    if (thread.joinable()) {
+      ended ? thread.join() : thread.detach();
+    }
   }
 }
 
 HandOver& BrokerConnection::handOver() {
   return worker_->handOver();
+}
+
+StateCheck& BrokerConnection::stateCheck() {
+  return worker_->stateCheck();
 }
 
 }  // namespace event

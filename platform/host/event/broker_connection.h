@@ -3,17 +3,19 @@
 
 #pragma once
 
+#include <array>
 #include <functional>
 #include <memory>
 #include <thread>
 
 #include "platform/host/event/configuration.h"
 #include "platform/host/event/hand_over.h"
+#include "platform/host/event/state_check.h"
 #include "platform/host/event/timing.h"
 
 namespace event {
 
-/// The connection to the broker with a thread of its own, which connects again for as long as this
+/// The connection to the broker with threads of its own, made again and again for as long as this
 /// lives. What arrives goes into the hand-over.
 class BrokerConnection {
  public:
@@ -24,6 +26,7 @@ class BrokerConnection {
   BrokerConnection& operator=(const BrokerConnection&) = delete;
 
   HandOver& handOver();
+  StateCheck& stateCheck();
   /// Starts connecting; does not block. `wakeConsumer` is called on the network thread, and not
   /// after the destructor.
   void start(std::function<void()> wakeConsumer);
@@ -31,7 +34,9 @@ class BrokerConnection {
  private:
   class Worker;
   std::shared_ptr<Worker> worker_;
-  std::thread thread_;
+  /// One takes the events in, one works for StateCheck.
+  static constexpr std::size_t kThreads = 2;
+  std::array<std::thread, kThreads> threads_;
 };
 
 }  // namespace event

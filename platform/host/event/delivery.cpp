@@ -84,22 +84,36 @@ void Delivery::takeArrival() {
   switch (arrival.kind) {
     case Arrival::Kind::StatesAsked:
       store_.statesAsked();
-      break;
-    case Arrival::Kind::StatesIn:
-      vanished_ = store_.vanished();
+      vanished_.clear();
       nextVanished_ = 0;
       break;
-    case Arrival::Kind::Publication: {
-      PropertyStore::Change change;
-      if (arrival.publication->retained) {
-        change = store_.apply(arrival.publication);
-      } else {
-        change.event.reset(new Event(arrival.publication, Operation::None));
-      }
-      emit(change, arrival.publication->source->topic);
+    case Arrival::Kind::StatesIn:
+      check_.ask(store_.asking(), store_.unseen());
       break;
-    }
+    case Arrival::Kind::StateGone:
+      if (arrival.asking == store_.asking()) {
+        vanished_.push_back(arrival.publication->source->key);
+      }
+      break;
+    case Arrival::Kind::StateFound:
+      if (arrival.asking == store_.asking()) {
+        emit(store_.find(arrival.publication), arrival.publication->source->topic);
+      }
+      break;
+    case Arrival::Kind::Publication:
+      takePublication(arrival.publication);
+      break;
   }
+}
+
+void Delivery::takePublication(const PublicationPtr& publication) {
+  PropertyStore::Change change;
+  if (publication->retained) {
+    change = store_.apply(publication);
+  } else {
+    change.event.reset(new Event(publication, Operation::None));
+  }
+  emit(change, publication->source->topic);
 }
 
 void Delivery::slowStep() {
@@ -112,6 +126,10 @@ void Delivery::slowStep() {
 
 void Delivery::vanishStep() {
   const PropertyStore::Change change = store_.vanish(vanished_[nextVanished_++]);
+  if (nextVanished_ == vanished_.size()) {
+    vanished_.clear();
+    nextVanished_ = 0;
+  }
   if (change.event != nullptr) {
     emit(change, change.before->source->topic);
   }

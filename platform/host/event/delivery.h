@@ -12,6 +12,7 @@
 #include "platform/host/event/event.h"
 #include "platform/host/event/hand_over.h"
 #include "platform/host/event/property_store.h"
+#include "platform/host/event/state_check.h"
 #include "platform/host/event/subscriptions.h"
 
 namespace event {
@@ -24,7 +25,7 @@ namespace event {
 /// the connection came back. Neither is queued: a subscription has a place in the store.
 class Delivery {
  public:
-  explicit Delivery(HandOver& handOver) : handOver_(handOver) {}
+  Delivery(HandOver& handOver, StateCheck& check) : handOver_(handOver), check_(check) {}
   Delivery(const Delivery&) = delete;
   Delivery& operator=(const Delivery&) = delete;
 
@@ -57,12 +58,14 @@ class Delivery {
   bool hasSlowWork() const { return nextVanished_ < vanished_.size() || !replays_.empty(); }
   bool arrivalsWait();
   void takeArrival();
+  void takePublication(const PublicationPtr& publication);
   void slowStep();
   void replayStep();
   void vanishStep();
   void emit(const PropertyStore::Change& change, const model::Topic& topic);
 
   HandOver& handOver_;
+  StateCheck& check_;
   Subscriptions subscriptions_;
   PropertyStore store_;
   std::deque<Arrival> arrivals_;

@@ -5,7 +5,8 @@
 
 EventConsumer::EventConsumer(const event::Configuration& configuration, const event::Timing& timing)
     : connection_(std::make_unique<event::BrokerConnection>(configuration, timing)),
-      delivery_(std::make_shared<event::Delivery>(connection_->handOver())),
+      delivery_(
+          std::make_shared<event::Delivery>(connection_->handOver(), connection_->stateCheck())),
       source_(std::make_unique<event::DeliverySource>(delivery_)) {
   connection_->start([source = source_.get()] { source->wake(); });
 }

@@ -13,6 +13,7 @@
 #include "platform/host/event/duplicate_guard.h"
 #include "platform/host/event/hand_over.h"
 #include "platform/host/event/publication_reader.h"
+#include "platform/host/event/state_check.h"
 #include "platform/host/event/state_sync.h"
 #include "platform/host/event/timing.h"
 
@@ -22,7 +23,8 @@ namespace event {
 /// dropped, the rest is checked, taken apart and handed over in batches. Outlives connections.
 class Intake {
  public:
-  Intake(const std::string& topicPrefix, const Timing& timing, HandOver& handOver);
+  Intake(const std::string& topicPrefix, const Timing& timing, HandOver& handOver,
+         StateCheck& check);
   Intake(const Intake&) = delete;
   Intake& operator=(const Intake&) = delete;
 
@@ -44,9 +46,10 @@ class Intake {
   /// False while reading should wait; see HandOver.
   bool hasRoom() { return handOver_.hasRoom(); }
 
-  /// For StateSync: whether a round of question and answer is still wanted.
-  bool awaitsStates() const { return sync_.running(); }
-  void probeSent() { sync_.probeSent(); }
+  /// Whether a round of question and answer is wanted: for StateSync, or for what StateCheck found,
+  /// which waits here for everything that was published before it.
+  bool wantsRound() { return sync_.running() || !found_.empty() || check_.hasAnswers(); }
+  void probeSent();
   void probeAnswered();
 
   /// To be called once in a while.
@@ -58,6 +61,10 @@ class Intake {
   BadMessageLog badMessages_;
   DuplicateGuard duplicates_;
   StateSync sync_;
+  StateCheck& check_;
+  /// Known before the last probe was sent; and whether no message has come since.
+  std::vector<Arrival> found_;
+  bool quiet_ = false;
   std::vector<Arrival> batch_;
 };
 

@@ -39,22 +39,27 @@ PropertyStore::Change PropertyStore::apply(const PublicationPtr& publication) {
   return change;
 }
 
-std::vector<std::string> PropertyStore::vanished() const {
-  std::vector<std::string> keys;
+std::vector<PublicationPtr> PropertyStore::unseen() const {
+  std::vector<PublicationPtr> unseen;
   for (const auto& [place, state] : states_) {
     if (state.asking != asking_) {
-      keys.push_back(state.publication->source->key);
+      unseen.push_back(state.publication);
     }
   }
-  return keys;
+  return unseen;
+}
+
+bool PropertyStore::isUnseen(const std::string& key) const {
+  const auto known = places_.find(key);
+  return known != places_.end() && states_.find(known->second)->second.asking != asking_;
 }
 
 PropertyStore::Change PropertyStore::vanish(const std::string& key) {
-  const auto known = places_.find(key);
-  if (known == places_.end() || states_.find(known->second)->second.asking == asking_) {
-    return Change();
-  }
-  return remove(known);
+  return isUnseen(key) ? remove(places_.find(key)) : Change();
+}
+
+PropertyStore::Change PropertyStore::find(const PublicationPtr& publication) {
+  return isUnseen(publication->source->key) ? apply(publication) : Change();
 }
 
 const PropertyStore::State* PropertyStore::next(Place& place) const {

@@ -46,10 +46,13 @@ class PropertyStore {
 
   /// The broker has been asked for all states.
   void statesAsked() { ++asking_; }
-  /// It has sent them. Returns the keys of those that it no longer has.
-  std::vector<std::string> vanished() const;
-  /// The property's end, if it is still one that the broker no longer has.
+  /// Counts those askings.
+  std::uint64_t asking() const { return asking_; }
+  /// It has sent them: those that were not among them.
+  std::vector<PublicationPtr> unseen() const;
+  /// The property's end, or its state, if it has not been seen since the last asking.
   Change vanish(const std::string& key);
+  Change find(const PublicationPtr& publication);
 
   /// The moment of now: every state is at or before it, every later change after it.
   Place now() const { return last_; }
@@ -58,6 +61,7 @@ class PropertyStore {
   std::size_t size() const { return places_.size(); }
 
  private:
+  bool isUnseen(const std::string& key) const;
   std::size_t cost(const Publication& publication) const;
   bool hasRoomFor(const Publication& publication);
   void put(const PublicationPtr& publication);

@@ -14,6 +14,9 @@ namespace event {
 
 /// What an MQTT topic says about the events on it. Immutable.
 struct Source {
+  /// The MQTT topic as the publisher wrote it, and where in it the part after `/onvif-ej/` starts.
+  std::string mqttTopic;
+  std::size_t local;
   /// One for each property: the two ways to write the ONVIF namespace make one key.
   std::string key;
   model::Topic topic;

@@ -79,6 +79,8 @@ std::shared_ptr<const Source> PublicationReader::source(const std::string& topic
     return nullptr;
   }
   auto made = std::make_shared<Source>();
+  made->mqttTopic = topic;
+  made->local = topic.size() - rest.size();
   made->topic = model::topicFromLocal(local);
   made->internal = isInternal(made->topic);
   made->key.append(prefix);

@@ -54,9 +54,9 @@ void StopSignal::wait(std::chrono::milliseconds time) {
   }
 }
 
-void StopSignal::waitForWake() {
+void StopSignal::waitForWake(std::chrono::milliseconds time) {
   pollfd readable{fd_, POLLIN, 0};
-  poll(&readable, 1, -1);
+  poll(&readable, 1, static_cast<int>(time.count()));
   clear();
 }
 

@@ -26,8 +26,9 @@ class StopSignal {
   void clear() const;
   /// Returns when the time is over or after stop(); wake() does not shorten it.
   void wait(std::chrono::milliseconds time);
-  /// Returns after wake() or stop().
-  void waitForWake();
+  /// Returns after wake() or stop(), or when the time is over.
+  void waitForWake(std::chrono::milliseconds time);
+  void waitForWake() { waitForWake(std::chrono::milliseconds(-1)); }
 
  private:
   int fd_;
