@@ -6,17 +6,13 @@
 #include <jansson.h>
 
 #include <algorithm>
-#include <memory>
 
 #include "common/ptr.h"
 
 namespace console {
 namespace {
 
-struct JsonDeleter {
-  void operator()(json_t* json) const { json_decref(json); }
-};
-using JsonPtr = std::unique_ptr<json_t, JsonDeleter>;
+using JsonPtr = common::Ptr<json_t, json_decref>;
 
 std::string dump(const json_t* json) {
   const common::MallocCharPtr text(json_dumps(json, JSON_COMPACT | JSON_ENCODE_ANY));

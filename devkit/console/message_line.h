@@ -21,7 +21,7 @@ struct Message {
 };
 
 /// The message as one line of JSON, without its end. The payload stands in it as it came, but for
-/// line breaks; one that is no JSON becomes a string.
+/// line breaks; one that jansson does not take becomes a string.
 std::string messageLine(const Message& message);
 
 }  // namespace console
