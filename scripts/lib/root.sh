@@ -101,6 +101,34 @@ root_in() {
   ' sh "$root" "$@"
 }
 
+# root_boot ROOT SCRIPT [NSPAWN-OPTION...]: boots a root in which systemd is, runs its SCRIPT under
+# bash as a unit with the broker and the bus there, prints what that says, and returns its status.
+root_boot() {
+  local root=$1 script=$2 status=0
+  shift 2
+  cat >"$root/etc/systemd/system/check.service" <<UNIT
+[Unit]
+After=dbus.socket systemd-sysusers.service
+SuccessAction=exit-force
+FailureAction=exit-force
+[Service]
+Type=oneshot
+ExecStart=/bin/bash $script
+StandardOutput=append:/check.log
+StandardError=inherit
+[Install]
+WantedBy=multi-user.target
+UNIT
+  mkdir -p "$root/etc/systemd/system/multi-user.target.wants"
+  ln -sf ../check.service "$root/etc/systemd/system/multi-user.target.wants/"
+  # A network of its own with a loopback interface; this machine's services are not asked.
+  timeout --kill-after=10 900 systemd-nspawn --quiet --boot --register=no --keep-unit \
+    --private-network --console=pipe -D "$root" "$@" </dev/null >"$root_work/console.log" 2>&1 || status=$?
+  cat "$root/check.log"
+  [ $status -eq 0 ] || tail -5 "$root_work/console.log" >&2
+  return $status
+}
+
 # root_over BASE NAME: prints the folder of a fresh root over a base, gone when the script ends.
 root_over() {
   local base=$1 layer=$root_work/$2
@@ -140,4 +168,10 @@ root_build_base() {
   mapfile -t needed < <(sed -n '/^Build-Depends:/,/^$/p' debian/control |
     sed 's/^Build-Depends://; s/([^)]*)//g; s/debhelper-compat/debhelper/' | tr -d ' ,' | grep .)
   root_base build-essential "${needed[@]}" "$@"
+}
+
+# root_system_base: prints a base with systemd, a bus and a broker, and the libraries of Debian's that
+# programs of this tree want.
+root_system_base() {
+  root_base systemd-sysv dbus mosquitto libglib2.0-0 libjansson4 libmosquitto1 libsimdjson14
 }

@@ -81,14 +81,18 @@ void Service::expectLine(const LogLine& line) {
   expected_.push_back(line);
 }
 
-std::vector<LogLine> Service::surprises() {
+std::vector<LogLine> Service::log() {
   std::vector<LogLine> lines = platform.log();
-  // GIO's own talk about its authentication and the like.
   lines.erase(std::remove_if(lines.begin(), lines.end(),
                              [](const LogLine& line) {
                                return line.domain != "-" && line.level == G_LOG_LEVEL_DEBUG;
                              }),
               lines.end());
+  return lines;
+}
+
+std::vector<LogLine> Service::surprises() {
+  std::vector<LogLine> lines = log();
   std::vector<LogLine> known = kPlainRun;
   known.insert(known.end(), expected_.begin(), expected_.end());
   for (const LogLine& line : known) {

@@ -45,6 +45,8 @@ class Service {
   void expectLog(int level, const std::string& text);
   /// The same for a line of GLib's own.
   void expectGlibLog(int level, const std::string& domain, const std::string& text);
+  /// The lines that came, without GLib's own talk about its authentication and its threads.
+  std::vector<support::LogLine> log();
   /// Lines that came and that no expectLog() named, other than those of a plain start and stop.
   std::vector<support::LogLine> surprises();
 

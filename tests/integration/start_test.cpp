@@ -56,7 +56,7 @@ TEST(StartWithoutABus, EndsWithStatusOneAndExactlyTwoErrorLines) {
   service.launch();
   EXPECT_EQ(service.process->wait(), kFailed);
   EXPECT_THAT(
-      service.platform.log(),
+      service.log(),
       ElementsAre(LogLine{kInfo, "-", "Starting lumenfeed"},
                   LogLine{kError, "-", "Could not establish DBus connection"},
                   LogLine{kError, "-",
