@@ -6,27 +6,8 @@
 # machine has running, without a service manager, and uses the packages as a person would.
 set -euo pipefail
 
-name=com.ovra.WSEventDataSource1
-# bus_call METHOD ARGUMENT...: calls the bus itself.
-bus_call() {
-  local method=$1
-  shift
-  dbus-send --system --print-reply=literal --dest=org.freedesktop.DBus / \
-    "org.freedesktop.DBus.$method" "$@"
-}
-fail() {
-  echo "live-with-packages: $*" >&2
-  exit 1
-}
-
-# as_expected WHAT EXPECTED ACTUAL
-as_expected() {
-  [ "$2" = "$3" ] || fail "$1: expected '$2', got '$3'"
-  echo "ok: $1"
-}
-
-owner() { bus_call GetConnectionUnixUser string:$name | awk '{print $2}'; }
-process() { bus_call GetConnectionUnixProcessID string:$name | awk '{print $2}'; }
+# shellcheck source=scripts/lib/living.sh
+. /living.sh
 
 # The system bus as it is configured, and a broker as its package comes.
 mkdir -p /run/dbus
@@ -38,13 +19,7 @@ timeout 60 bash -c 'until (: </dev/tcp/localhost/1883) 2>/dev/null; do :; done' 
   fail "no broker: $(cat /tmp/broker.log /var/log/mosquitto/*)"
 lumenfeed-host-monitor --prefix here --interval 0.1 2>/tmp/monitor.log &
 
-# A session end to end; the first call has the bus start the service.
-session() {
-  lumenfeed-console --topic 'tns1:Monitoring/ProcessorUsage' --count 3 --seconds 60 >/tmp/events ||
-    fail "the console ended with status $?: $(cat /tmp/events /tmp/bus.log /tmp/monitor.log)"
-  grep -q '"type":"response"' /tmp/events || fail "no response: $(cat /tmp/events)"
-  as_expected "$1" 3 "$(grep -c '"topic":"tns1:Monitoring/ProcessorUsage"' /tmp/events)"
-}
+# The first call has the bus start the service.
 session "the bus starts the service, and a client gets its events"
 as_expected "the service runs as its own user" "$(id -u lumenfeed)" "$(owner)"
 
