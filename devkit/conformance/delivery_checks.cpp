@@ -60,6 +60,16 @@ bool waitForFirstEvent(const Options& options, Probe& probe) {
   return false;
 }
 
+/// What was published while the connection was being made may still be on its way to both.
+void waitForTheRest(const Options& options, const Probe& probe, const Probe& twin) {
+  const std::vector<std::string> barrier = newMarks(1);
+  publish(options, barrier);
+  turnUntil(options.deadlineSeconds, [&] {
+    return markIn(probe.texts().back(), barrier) == 0 && !twin.texts().empty() &&
+           markIn(twin.texts().back(), barrier) == 0;
+  });
+}
+
 void checkEvents(Probe& probe, Report& report) {
   report.check(std::all_of(probe.texts().begin(), probe.texts().end(), isJson),
                "an event's text is one JSON value in valid UTF-8", probe.texts().front());
@@ -116,14 +126,7 @@ void checkDelivery(const Options& options, Report& report) {
   if (!connected) {
     return;
   }
-  // What was published while the connection was being made may still be on its way.
-  const std::vector<std::string> barrier = newMarks(1);
-  publish(options, barrier);
-  turnUntil(options.deadlineSeconds, [&] {
-    return markIn(probe.texts().back(), barrier) == 0 && !twin.texts().empty() &&
-           markIn(twin.texts().back(), barrier) == 0;
-  });
-
+  waitForTheRest(options, probe, twin);
   checkBurst(options, probe, twin, report);
   report.check(elsewhere.count() == 0, "a subscription to another topic gets none of them");
   checkEvents(probe, report);

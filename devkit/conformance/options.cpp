@@ -3,12 +3,10 @@
 
 #include "options.h"
 
-#include <gio/gio.h>
-
-#include <cstdio>
 #include <cstdlib>
 
 #include "common/ptr.h"
+#include "devkit/command-line/command_line.h"
 
 namespace {
 
@@ -19,9 +17,12 @@ constexpr const char* kSummary =
     "COMMAND is run by the shell with the texts MARK... as its arguments ($1, $2, ...): it\n"
     "publishes one event on TOPIC for each of them, in their order, with the text in the event.";
 
+constexpr command_line::Program kProgram = {"lumenfeed-platform-conformance", kSummary, nullptr};
+constexpr int kUsage = 2;
+
 [[noreturn]] void refuse(const char* reason) {
-  std::fprintf(stderr, "lumenfeed-platform-conformance: %s (see --help)\n", reason);
-  std::exit(2);
+  command_line::complain(kProgram, reason);
+  std::exit(kUsage);
 }
 
 void take(common::GCharPtr value, std::string& target) {
@@ -47,15 +48,8 @@ Options readOptions(int argc, char** argv) {
       {"deadline", 'd', 0, G_OPTION_ARG_INT, &deadline, "Seconds to wait for an event (30)", "N"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr},
   };
-  const common::Ptr<GOptionContext, g_option_context_free> context(g_option_context_new(nullptr));
-  g_option_context_set_summary(context.get(), kSummary);
-  g_option_context_add_main_entries(context.get(), entries, nullptr);
-  common::GErrorPtr error;
-  if (!g_option_context_parse(context.get(), &argc, &argv, common::GErrorOut(error))) {
-    refuse(error->message);
-  }
-  if (argc > 1) {
-    refuse("it takes options only");
+  if (!command_line::parse(kProgram, entries, argc, argv)) {
+    std::exit(kUsage);
   }
   if (publish == nullptr) {
     refuse("--publish is needed");

@@ -10,6 +10,7 @@
 
 #include "common/api.h"
 #include "common/ptr.h"
+#include "devkit/command-line/command_line.h"
 
 namespace console {
 namespace {
@@ -51,8 +52,10 @@ constexpr const char* kDescription =
     "  6  no bus: it cannot be reached, or went away\n"
     "  7  the streaming service's name is taken, or not for this user\n";
 
+constexpr command_line::Program kProgram = {"lumenfeed-console", kSummary, kDescription};
+
 std::nullopt_t fail(const std::string& message) {
-  g_printerr("lumenfeed-console: %s\nTry 'lumenfeed-console --help'.\n", message.c_str());
+  command_line::complain(kProgram, message);
   return std::nullopt;
 }
 
@@ -81,7 +84,7 @@ struct Raw {
   }
 };
 
-bool parseCommandLine(int argc, char** argv, Raw& raw, common::GErrorPtr& error) {
+bool parseCommandLine(int argc, char** argv, Raw& raw) {
   const GOptionEntry entries[] = {
       {"topic", 't', 0, G_OPTION_ARG_STRING, &raw.topic,
        "Ask for events of these topics (ConcreteSet expression)", "EXPRESSION"},
@@ -105,19 +108,7 @@ bool parseCommandLine(int argc, char** argv, Raw& raw, common::GErrorPtr& error)
       {"method", 0, 0, G_OPTION_ARG_STRING, &raw.method,
        "The request's method (default: configure)", "METHOD"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
-  const common::Ptr<GOptionContext, g_option_context_free> context(g_option_context_new(nullptr));
-  g_option_context_set_summary(context.get(), kSummary);
-  g_option_context_set_description(context.get(), kDescription);
-  g_option_context_add_main_entries(context.get(), entries, nullptr);
-  if (!g_option_context_parse(context.get(), &argc, &argv, common::GErrorOut(error))) {
-    return false;
-  }
-  if (argc > 1) {
-    g_set_error(common::GErrorOut(error), G_OPTION_ERROR, G_OPTION_ERROR_FAILED,
-                "unexpected argument '%s'", argv[1]);
-    return false;
-  }
-  return true;
+  return command_line::parse(kProgram, entries, argc, argv);
 }
 
 /// A configuration with one filter; without any text it lets every event through.
@@ -143,9 +134,8 @@ std::string textOr(const char* text, const std::string& fallback) {
 
 std::optional<Options> Options::parse(int argc, char** argv) {
   Raw raw;
-  common::GErrorPtr error;
-  if (!parseCommandLine(argc, argv, raw, error)) {
-    return fail(error->message);
+  if (!parseCommandLine(argc, argv, raw)) {
+    return std::nullopt;
   }
   for (const char* text : {raw.topic, raw.content, raw.params, raw.session, raw.requestId,
                            raw.apiVersion, raw.source, raw.method}) {

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "common/ptr.h"
+#include "devkit/command-line/command_line.h"
 #include "devkit/filter-check/caret.h"
 #include "devkit/filter-check/checked_filter.h"
 #include "devkit/filter-check/recorded_event.h"
@@ -53,13 +54,15 @@ struct Options {
   common::GStrvPtr files;
 };
 
+constexpr command_line::Program kProgram = {"lumenfeed-filter-check", kSummary, kDescription};
+
 ExitStatus fail(const std::string& message) {
-  std::cerr << "lumenfeed-filter-check: " << message << "\nTry 'lumenfeed-filter-check --help'.\n";
+  command_line::complain(kProgram, message);
   return kUsage;
 }
 
 /// Texts are taken byte for byte, as the service takes them, whatever the locale.
-bool parse(int argc, char** argv, Options& options, common::GErrorPtr& error) {
+bool parse(int argc, char** argv, Options& options) {
   char** topics = nullptr;
   char** contents = nullptr;
   char** files = nullptr;
@@ -70,14 +73,9 @@ bool parse(int argc, char** argv, Options& options, common::GErrorPtr& error) {
        "A message content expression (ItemFilter); may be given several times", "TEXT"},
       {G_OPTION_REMAINING, 0, 0, G_OPTION_ARG_FILENAME_ARRAY, &files, nullptr, "[EVENTS-FILE|-]"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
-  const common::Ptr<GOptionContext, g_option_context_free> context(g_option_context_new(nullptr));
-  g_option_context_set_summary(context.get(), kSummary);
-  g_option_context_set_description(context.get(), kDescription);
-  g_option_context_add_main_entries(context.get(), entries, nullptr);
-  const gboolean parsed =
-      g_option_context_parse(context.get(), &argc, &argv, common::GErrorOut(error));
+  const bool parsed = command_line::parse(kProgram, entries, argc, argv);
   options = {common::GStrvPtr(topics), common::GStrvPtr(contents), common::GStrvPtr(files)};
-  return parsed != FALSE;
+  return parsed;
 }
 
 std::size_t count(const common::GStrvPtr& texts) {
@@ -151,9 +149,8 @@ ExitStatus check(const Options& options) {
 int main(int argc, char** argv) {
   std::setlocale(LC_ALL, "");
   Options options;
-  common::GErrorPtr error;
-  if (!parse(argc, argv, options, error)) {
-    return fail(error->message);
+  if (!parse(argc, argv, options)) {
+    return kUsage;
   }
   if (count(options.files) > 1) {
     return fail("more than one file of events");

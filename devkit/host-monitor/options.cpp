@@ -3,7 +3,7 @@
 
 #include "devkit/host-monitor/options.h"
 
-#include "common/ptr.h"
+#include "devkit/command-line/command_line.h"
 
 namespace host_monitor {
 namespace {
@@ -42,8 +42,10 @@ constexpr const char* kDescription =
     "  1  the broker did not confirm everything in time\n"
     "  2  wrong usage\n";
 
+constexpr command_line::Program kProgram = {"lumenfeed-host-monitor", kSummary, kDescription};
+
 std::nullopt_t fail(const std::string& message) {
-  g_printerr("lumenfeed-host-monitor: %s\nTry 'lumenfeed-host-monitor --help'.\n", message.c_str());
+  command_line::complain(kProgram, message);
   return std::nullopt;
 }
 
@@ -67,7 +69,7 @@ struct Raw {
   }
 };
 
-bool parseCommandLine(int argc, char** argv, Raw& raw, common::GErrorPtr& error) {
+bool parseCommandLine(int argc, char** argv, Raw& raw) {
   const GOptionEntry entries[] = {
       {"broker", 'b', 0, G_OPTION_ARG_STRING, &raw.broker,
        "The MQTT broker: unix:/path or host[:port] (default: localhost:1883)", "ADDRESS"},
@@ -86,28 +88,15 @@ bool parseCommandLine(int argc, char** argv, Raw& raw, common::GErrorPtr& error)
        "there, and for tests",
        "DIRECTORY"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
-  const common::Ptr<GOptionContext, g_option_context_free> context(g_option_context_new(nullptr));
-  g_option_context_set_summary(context.get(), kSummary);
-  g_option_context_set_description(context.get(), kDescription);
-  g_option_context_add_main_entries(context.get(), entries, nullptr);
-  if (!g_option_context_parse(context.get(), &argc, &argv, common::GErrorOut(error))) {
-    return false;
-  }
-  if (argc > 1) {
-    g_set_error(common::GErrorOut(error), G_OPTION_ERROR, G_OPTION_ERROR_FAILED,
-                "unexpected argument '%s'", argv[1]);
-    return false;
-  }
-  return true;
+  return command_line::parse(kProgram, entries, argc, argv);
 }
 
 }  // namespace
 
 std::optional<Options> Options::parse(int argc, char** argv) {
   Raw raw;
-  common::GErrorPtr error;
-  if (!parseCommandLine(argc, argv, raw, error)) {
-    return fail(error->message);
+  if (!parseCommandLine(argc, argv, raw)) {
+    return std::nullopt;
   }
   Options options;
   const std::string broker = raw.broker != nullptr ? raw.broker : "localhost";

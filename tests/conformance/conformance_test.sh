@@ -72,7 +72,7 @@ case $step in
       # shellcheck disable=SC2086  # several words
       "$program" $arguments >"$work/report" 2>&1 || status=$?
       [ $status -eq 2 ] || fail "'$arguments' ends with status $status"
-      grep -q 'see --help' "$work/report" || fail "'$arguments' says $(cat "$work/report")"
+      grep -q -- '--help' "$work/report" || fail "'$arguments' says $(cat "$work/report")"
     done
     ;;
   *) fail "unknown step $step" ;;

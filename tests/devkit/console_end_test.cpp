@@ -7,6 +7,7 @@
 #include <ostream>
 
 #include "tests/devkit/console_test.h"
+#include "tests/devkit/usage.h"
 
 namespace devkit_test {
 namespace {
@@ -225,27 +226,10 @@ TEST(ConsoleStart, AnOutputThatCannotBeWrittenEndsTheRunWithItsSessionRemoved) {
   EXPECT_EQ(source.calls().back(), "RemoveSession(s)");
 }
 
-struct Usage {
-  const char* name;
-  std::vector<std::string> arguments;
-  const char* message;
-};
-
-std::ostream& operator<<(std::ostream& out, const Usage& usage) {
-  return out << usage.message;
-}
-
 class ConsoleUsage : public ::testing::TestWithParam<Usage> {};
 
 TEST_P(ConsoleUsage, IsToldOnStandardErrorWithStatus2) {
-  std::vector<std::string> command = GetParam().arguments;
-  command.insert(command.begin(), LUMENFEED_CONSOLE);
-  support::Process console(command);
-  EXPECT_EQ(console.wait(), (support::ExitStatus{false, 2}));
-  EXPECT_THAT(console.standardOutput(), ElementsAre());
-  EXPECT_THAT(console.standardError(),
-              ElementsAre(std::string("lumenfeed-console: ") + GetParam().message,
-                          "Try 'lumenfeed-console --help'."));
+  expectRefused(LUMENFEED_CONSOLE, GetParam());
 }
 
 INSTANTIATE_TEST_SUITE_P(

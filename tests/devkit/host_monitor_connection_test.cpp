@@ -6,6 +6,7 @@
 #include <ostream>
 
 #include "tests/devkit/host_monitor_test.h"
+#include "tests/devkit/usage.h"
 
 namespace devkit_test {
 namespace {
@@ -69,25 +70,10 @@ TEST_F(HostMonitorConnection, OnceWithoutABrokerFails) {
   EXPECT_EQ(monitor_->wait(), (support::ExitStatus{false, 1}));
 }
 
-struct Usage {
-  const char* name;
-  std::vector<std::string> arguments;
-  const char* message;
-};
-std::ostream& operator<<(std::ostream& out, const Usage& usage) {
-  return out << usage.message;
-}
-
 class HostMonitorUsage : public ::testing::TestWithParam<Usage> {};
 
 TEST_P(HostMonitorUsage, IsToldOnStandardErrorWithStatus2) {
-  std::vector<std::string> command = GetParam().arguments;
-  command.insert(command.begin(), LUMENFEED_HOST_MONITOR);
-  support::Process monitor(command);
-  EXPECT_EQ(monitor.wait(), (support::ExitStatus{false, 2}));
-  EXPECT_THAT(monitor.standardError(),
-              ElementsAre(std::string("lumenfeed-host-monitor: ") + GetParam().message,
-                          "Try 'lumenfeed-host-monitor --help'."));
+  expectRefused(LUMENFEED_HOST_MONITOR, GetParam());
 }
 
 Usage badBroker(const char* name, const char* address, const char* message) {
