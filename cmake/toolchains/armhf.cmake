@@ -1,16 +1,8 @@
 # SPDX-FileCopyrightText: 2026 the lumenfeed developers
 # SPDX-License-Identifier: MIT
 
-# Debian's cross compiler for armhf, its multiarch libraries, and qemu for what the build has to run.
-# With another sysroot, set PKG_CONFIG_LIBDIR (and PKG_CONFIG_SYSROOT_DIR) in the environment.
-set(CMAKE_SYSTEM_NAME Linux)
+# armhf, and qemu for what the build has to run.
 set(CMAKE_SYSTEM_PROCESSOR arm)
 set(triplet arm-linux-gnueabihf)
-set(CMAKE_LIBRARY_ARCHITECTURE ${triplet})
-set(CMAKE_C_COMPILER ${triplet}-gcc)
-set(CMAKE_CXX_COMPILER ${triplet}-g++)
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-if(NOT DEFINED ENV{PKG_CONFIG_LIBDIR})
-  set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/${triplet}/pkgconfig:/usr/share/pkgconfig)
-endif()
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm-static)
+include(${CMAKE_CURRENT_LIST_DIR}/debian.cmake)
