@@ -127,6 +127,14 @@ void ServiceTest::configure(const std::string& session, const std::string& paylo
   EXPECT_TRUE(streaming.waitForCalls(answered + 1, "SendResponse"));
 }
 
+void ServiceTest::startWithCallsInFlight(unsigned count) {
+  start();
+  const std::string id = configured("s");
+  streaming.neverAnswer();
+  platform.deliver(id, "{}", count);
+  ASSERT_TRUE(streaming.waitForCalls(count, "SendStreamData"));
+}
+
 void ServiceTest::forgetCalls() {
   // An answer may be here before the service has done the rest.
   platform.sync();

@@ -74,6 +74,8 @@ class ServiceTest : public support::GlibTest {
   std::string configured(const std::string& session);
   /// Configures a session, and returns when the streaming service has the answer.
   void configure(const std::string& session, const std::string& payload);
+  /// Starts, with session "s" configured and so many of its events sent that are never answered.
+  void startWithCallsInFlight(unsigned count);
   /// The calls of the platform from now on are those of platformCalls().
   void forgetCalls();
   std::vector<std::string> platformCalls();

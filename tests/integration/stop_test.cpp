@@ -77,18 +77,14 @@ TEST_F(Stop, NameAndObjectAreGoneBeforeTheConsumerIsFreed) {
 }
 
 TEST_F(Stop, WorksWithCallsInFlightAndRequestsAndEventsQueued) {
-  start();
-  const std::string id = configured("s");
-  streaming.neverAnswer();
-  platform.deliver(id, "{}", 5);
-  ASSERT_TRUE(streaming.waitForCalls(5, "SendStreamData"));
+  ASSERT_NO_FATAL_FAILURE(startWithCallsInFlight(5));
   streaming.clear();
   platform.hold();
   ASSERT_TRUE(platform.waitUntilHeld());
   service.process->signal(SIGTERM);
   platform.send("urgent");
   ASSERT_TRUE(platform.waitForCall("urgent"));
-  platform.deliver(id, "{}", 50);
+  platform.deliver("all", "{}", 50);
   const auto accepted = client.sendHandleRequest("s", topicPayload(), "late");
   const auto removed = client.sendRemoveSession("s");
   client.barrier();
@@ -288,11 +284,7 @@ TEST_F(Stop, BusThatGoesAwayStopsTheServiceInOrder) {
 }
 
 TEST_F(Stop, BusThatGoesAwayWithCallsInFlightStopsTheServiceInOrder) {
-  start();
-  const std::string id = configured("s");
-  streaming.neverAnswer();
-  platform.deliver(id, "{}", 3);
-  ASSERT_TRUE(streaming.waitForCalls(3, "SendStreamData"));
+  ASSERT_NO_FATAL_FAILURE(startWithCallsInFlight(3));
   bus.kill();
   EXPECT_EQ(service.process->wait(), kInOrder);
   for (int i = 0; i < 3; ++i) {

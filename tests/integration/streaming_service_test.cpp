@@ -129,11 +129,7 @@ TEST_F(StreamingService, RestartedOneGetsWhatFollows) {
 }
 
 TEST_F(StreamingService, OneThatDiesWithCallsInFlightMakesEachAWarning) {
-  start();
-  const std::string id = configured("s");
-  streaming.neverAnswer();
-  platform.deliver(id, "{}", 2);
-  ASSERT_TRUE(streaming.waitForCalls(2, "SendStreamData"));
+  ASSERT_NO_FATAL_FAILURE(startWithCallsInFlight(2));
   streaming.disappear();
   const std::string why =
       "org.freedesktop.DBus.Error.NoReply: "

@@ -55,13 +55,14 @@ class Certificates {
 
 class BrokerLogin : public support::EventTest {
  protected:
-  event::Configuration configuration(const std::string& lines) {
+  /// A consumer with these lines in its configuration.
+  support::ConsumerPtr consumerWith(const std::string& lines) {
     event::Configuration result;
     std::string error;
     EXPECT_TRUE(result.loadFile(
         broker_.directory().write("event2.conf", "[broker]\n" + lines + "\n"), error))
         << error;
-    return result;
+    return support::consumerOf(result);
   }
   std::string tlsAddress(const std::string& host = "localhost") const {
     return "address=" + host + ":" + std::to_string(broker_.port()) + "\n";
@@ -86,7 +87,7 @@ class BrokerLogin : public support::EventTest {
 TEST_F(BrokerLogin, OverTcp) {
   broker_.listenOnPort();
   broker_.start();
-  const support::ConsumerPtr consumer = support::consumerOf(configuration(tlsAddress("127.0.0.1")));
+  const support::ConsumerPtr consumer = consumerWith(tlsAddress("127.0.0.1"));
   ASSERT_TRUE(waitForLog("Connected to the broker at 127.0.0.1:"));
   EXPECT_TRUE(delivers(consumer.get()));
 }
@@ -97,11 +98,11 @@ TEST_F(BrokerLogin, WithUserNameAndPassword) {
   broker_.setSettings("allow_anonymous false\npassword_file " + passwords);
   broker_.start();
   const std::string login = "address=" + broker_.address() + "\nusername=me\npassword-file=";
-  const support::ConsumerPtr refused = support::consumerOf(
-      configuration(login + broker_.directory().write("wrong", "the wrong one\n")));
+  const support::ConsumerPtr refused =
+      consumerWith(login + broker_.directory().write("wrong", "the wrong one\n"));
   ASSERT_TRUE(waitForLog("connection refused by the broker: Not authorized"));
-  const support::ConsumerPtr consumer = support::consumerOf(
-      configuration(login + broker_.directory().write("right", "the right one\n")));
+  const support::ConsumerPtr consumer =
+      consumerWith(login + broker_.directory().write("right", "the right one\n"));
   ASSERT_TRUE(waitForLog("Connected"));
   EXPECT_THAT(log_.linesWith("No connection"), SizeIs(1)) << "one line, however many tries";
 }
@@ -110,7 +111,7 @@ TEST_F(BrokerLogin, OverTlsWithTheBrokersCertificate) {
   const Certificates made;
   startTlsBroker(made, "server");
   const support::ConsumerPtr consumer =
-      support::consumerOf(configuration(tlsAddress() + "ca-file=" + made.certificate("ca")));
+      consumerWith(tlsAddress() + "ca-file=" + made.certificate("ca"));
   ASSERT_TRUE(waitForLog("Connected"));
   EXPECT_TRUE(delivers(consumer.get()));
 }
@@ -119,13 +120,13 @@ TEST_F(BrokerLogin, OverTlsWithACertificateOfOurOwn) {
   const Certificates made;
   startTlsBroker(made, "server", true);
   const std::string tls = tlsAddress() + "ca-file=" + made.certificate("ca");
-  const support::ConsumerPtr anonymous = support::consumerOf(configuration(tls));
+  const support::ConsumerPtr anonymous = consumerWith(tls);
   ASSERT_TRUE(waitForLog("No connection"));
-  const support::ConsumerPtr stranger = support::consumerOf(configuration(
-      tls + "\ncert-file=" + made.certificate("stranger") + "\nkey-file=" + made.key("stranger")));
+  const support::ConsumerPtr stranger = consumerWith(
+      tls + "\ncert-file=" + made.certificate("stranger") + "\nkey-file=" + made.key("stranger"));
   ASSERT_TRUE(waitForLog("No connection", 2));
-  const support::ConsumerPtr consumer = support::consumerOf(configuration(
-      tls + "\ncert-file=" + made.certificate("client") + "\nkey-file=" + made.key("client")));
+  const support::ConsumerPtr consumer = consumerWith(
+      tls + "\ncert-file=" + made.certificate("client") + "\nkey-file=" + made.key("client"));
   ASSERT_TRUE(waitForLog("Connected"));
   EXPECT_TRUE(delivers(consumer.get()));
 }
@@ -134,7 +135,7 @@ TEST_F(BrokerLogin, ACertificateThatDoesNotFitIsNotTrusted) {
   const Certificates made;
   startTlsBroker(made, "server");
   const support::ConsumerPtr consumer =
-      support::consumerOf(configuration(tlsAddress() + "ca-file=" + made.certificate("other-ca")));
+      consumerWith(tlsAddress() + "ca-file=" + made.certificate("other-ca"));
   ASSERT_TRUE(waitForLog("certificate verify failed"));
 }
 
@@ -142,7 +143,7 @@ TEST_F(BrokerLogin, ACertificateForAnotherHostIsNotTrusted) {
   const Certificates made;
   startTlsBroker(made, "misnamed");
   const support::ConsumerPtr consumer =
-      support::consumerOf(configuration(tlsAddress() + "ca-file=" + made.certificate("ca")));
+      consumerWith(tlsAddress() + "ca-file=" + made.certificate("ca"));
   ASSERT_TRUE(waitForLog("certificate verify failed"));
   EXPECT_FALSE(log_.has("Connected"));
 }
