@@ -17,6 +17,8 @@ struct SharedCounts {
   std::atomic<std::uint64_t> answered;
   /// The most calls that the sender had in flight at a time.
   std::atomic<std::uint64_t> mostInFlight;
+  /// Those that it has in flight now; no reset changes it.
+  std::atomic<std::uint64_t> inFlight;
 };
 
 /// The counts in this process. Ends the process with a clear line if the file cannot be mapped.

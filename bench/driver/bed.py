@@ -56,9 +56,9 @@ class Bed:
 
     def _start(self):
         self.shared = self.folder / "received"
-        self.shared.write_bytes(bytes(24))
+        self.shared.write_bytes(bytes(32))
         with open(self.shared, "rb") as file:
-            self._shared = mmap.mmap(file.fileno(), 24, prot=mmap.PROT_READ)
+            self._shared = mmap.mmap(file.fileno(), 32, prot=mmap.PROT_READ)
         self.environment = {"BENCH_SHARED": str(self.shared)}
         self.bus = self.start("dbus-daemon", [
             "dbus-daemon", f"--config-file={self.build}/private-bus/bus.conf", "--nofork",
@@ -118,14 +118,23 @@ class Bed:
         return service, (owned - service.started) / 1e9
 
     def open_sessions(self, count):
+        before = self.answered()
         self.sink.say(f"open {count} {FILTERS}")
         opened = self.sink.expect("opened")
         if opened != count:
             raise BenchError(f"only {opened} of {count} sessions could be opened")
-        time.sleep(0.1)  # the answers to its responses are still on their way to the service
+        # The answers to its responses may still be on their way to the service.
+        until(lambda: self.answered() >= before + count, "the answers to the service's responses")
 
     def received(self):
         return struct.unpack_from("=Q", self._shared, 0)[0]
+
+    def answered(self):
+        return struct.unpack_from("=Q", self._shared, 8)[0]
+
+    def await_replies(self):
+        """Returns when the sender has no call in flight."""
+        until(lambda: struct.unpack_from("=Q", self._shared, 24)[0] == 0, "the last replies")
 
     def most_in_flight(self):
         return struct.unpack_from("=Q", self._shared, 16)[0]

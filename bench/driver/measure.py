@@ -4,7 +4,6 @@
 
 import dataclasses
 import signal
-import time
 
 import stats
 from processes import BenchError
@@ -89,8 +88,8 @@ def run(bed, variant):
         before = {name: process.cpu() for name, process in setup.everyone().items()}
         setup.starter.send(signal.SIGUSR1)
         bed.await_messages()
+        bed.await_replies()
         errors = setup.errors()
-        time.sleep(0.05)  # the last replies are on their way to the sender
         cpu = {name: process.cpu() - before[name] for name, process in setup.everyone().items()}
         memory = setup.sender.memory()
     in_flight = bed.most_in_flight()

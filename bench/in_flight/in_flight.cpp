@@ -13,7 +13,17 @@
 
 namespace {
 
-std::uint64_t inFlight = 0;
+/// The counts, as a sender begins: one before it may have ended with calls in flight.
+bench::SharedCounts& countsOfThisSender() {
+  bench::SharedCounts& counts = bench::sharedCounts();
+  counts.inFlight = 0;
+  return counts;
+}
+
+bench::SharedCounts& counts() {
+  static bench::SharedCounts& shared = countsOfThisSender();
+  return shared;
+}
 
 template <typename Function>
 Function* next(const char* name) {
@@ -26,15 +36,15 @@ void g_dbus_proxy_call(GDBusProxy* proxy, const gchar* method, GVariant* paramet
                        GDBusCallFlags flags, gint timeout, GCancellable* cancellable,
                        GAsyncReadyCallback callback, gpointer userData) {
   static auto* const real = next<decltype(g_dbus_proxy_call)>("g_dbus_proxy_call");
-  static std::atomic<std::uint64_t>& most = bench::sharedCounts().mostInFlight;
-  ++inFlight;
-  most = std::max(most.load(), inFlight);
+  const std::uint64_t now = ++counts().inFlight;
+  counts().mostInFlight = std::max(counts().mostInFlight.load(), now);
   real(proxy, method, parameters, flags, timeout, cancellable, callback, userData);
 }
 
 GVariant* g_dbus_proxy_call_finish(GDBusProxy* proxy, GAsyncResult* result, GError** error) {
   static auto* const real = next<decltype(g_dbus_proxy_call_finish)>("g_dbus_proxy_call_finish");
-  --inFlight;
-  ++bench::sharedCounts().answered;
-  return real(proxy, result, error);
+  GVariant* reply = real(proxy, result, error);
+  ++counts().answered;
+  --counts().inFlight;
+  return reply;
 }
