@@ -4,8 +4,8 @@
 #
 # Runs the program that checks a platform's libraries against the host platform's, with a broker of
 # its own.
-#   conformance_test.sh STEP PROGRAM
-# STEP: kept (every promise is), silent (a platform without an event is found out), refused (a topic
+#   conformance_test.sh STEP PROGRAM [LIBRARIES]
+# STEP: kept (every promise is), example (also by the platform of platform/example), silent (a platform without an event is found out), refused (a topic
 # that the library does not take is found out), usage.
 set -euo pipefail
 
@@ -47,6 +47,17 @@ case $step in
         printf '{\"Source\":{\"InputToken\":\"1\"},\"Data\":{\"Mark\":\"%s\"}}\n' \"\$mark\"
       done | mosquitto_pub --unix $work/broker -q 1 -l -t dev/onvif-ej/Device/Trigger/DigitalInput" |
       tee "$work/report"
+    grep -q '^ok .* every event of a burst arrives$' "$work/report" || fail "no burst was checked"
+    ;;
+  example)
+    export EXAMPLE_EVENTS=$work/events
+    mkfifo "$EXAMPLE_EVENTS"
+    # Held open: who publishes does not wait for a consumer.
+    exec 4<>"$EXAMPLE_EVENTS"
+    # shellcheck disable=SC2016  # expanded by the program's shell
+    LD_LIBRARY_PATH=$3 "$program" --publish 'for mark; do
+        printf "tns1:Device/Trigger/DigitalInput {\"Data\":{\"Mark\":\"%s\"}}\n" "$mark"
+      done >"$EXAMPLE_EVENTS"' | tee "$work/report"
     grep -q '^ok .* every event of a burst arrives$' "$work/report" || fail "no burst was checked"
     ;;
   silent)
