@@ -91,6 +91,27 @@ TEST_F(DataSourceTest, GivesUpNameAndObjectBeforeItsDestructorReturns) {
   EXPECT_EQ(client.createSession("s").errorName, "org.freedesktop.DBus.Error.UnknownMethod");
 }
 
+TEST_F(DataSourceTest, FreesItsObject) {
+  static unsigned freed;
+  static void (*finalize)(GObject*);
+  freed = 0;
+  const common::Ptr<void, g_type_class_unref> type(
+      g_type_class_ref(TYPE_WSDATA_STREAMING1_DATA_SOURCE_SKELETON));
+  GObjectClass* const object = G_OBJECT_CLASS(type.get());
+  finalize = object->finalize;
+  object->finalize = [](GObject* skeleton) {
+    ++freed;
+    finalize(skeleton);
+  };
+  create();
+  ASSERT_TRUE(waitForRecord("the name"));
+  takeRecord();
+  EXPECT_EQ(freed, 0U);
+  EXPECT_THAT(destroy(), ElementsAre("unown()", "unexport()"));
+  EXPECT_EQ(freed, 1U);
+  object->finalize = finalize;
+}
+
 TEST_F(DataSourceTest, CanComeAndGoAgain) {
   for (int round = 0; round < 3; ++round) {
     create();
