@@ -5,6 +5,8 @@
 
 #include <glib.h>
 
+#include "tests/support/process.h"
+
 namespace support {
 
 namespace {
@@ -19,7 +21,7 @@ gboolean tick(gpointer /*data*/) {
 }  // namespace
 
 bool waitFor(const std::function<bool()>& predicate, std::chrono::milliseconds deadline) {
-  const auto end = std::chrono::steady_clock::now() + deadline;
+  const auto end = std::chrono::steady_clock::now() + deadline * (isUnderSomething() ? 10 : 1);
   const guint source = g_timeout_add(kTickMilliseconds, tick, nullptr);
   bool met = predicate();
   while (!met && std::chrono::steady_clock::now() < end) {

@@ -10,7 +10,8 @@
 
 namespace support {
 
-/// How long a test waits for what must happen: far more than it takes on a busy machine.
+/// How long a test waits for what must happen: far more than it takes on a busy machine. Ten times
+/// that where the program runs under something.
 constexpr std::chrono::milliseconds kDeadline{30000};
 
 /// Turns the default main context until the predicate holds. False if the deadline passed first.

@@ -41,6 +41,10 @@ std::vector<std::string> underTest(const std::string& program) {
   return command;
 }
 
+bool isUnderSomething() {
+  return std::getenv("LUMENFEED_RUN_UNDER") != nullptr;
+}
+
 /// The read end of a pipe, drained by the main context into lines.
 class Process::Lines {
  public:

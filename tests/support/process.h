@@ -31,6 +31,9 @@ std::ostream& operator<<(std::ostream& out, const ExitStatus& status);
 /// shell would split it (scripts/valgrind).
 std::vector<std::string> underTest(const std::string& program);
 
+/// True if it is behind something; then it is slow, and its memory is not its own.
+bool isUnderSomething();
+
 /// A child process whose output is captured line by line. Killed when this object goes, and by
 /// the kernel when the test's process dies.
 class Process {
