@@ -120,6 +120,9 @@ TEST_F(Stop, WorksWithARequestThatIsQueuedAlready) {
 }
 
 TEST_F(Stop, BeforeTheObjectIsExportedStillUnexportsIt) {
+  if (support::isUnderSomething()) {
+    GTEST_SKIP() << "its threads may be so slow that the object is exported first";
+  }
   platform.hold("event_consumer_new");
   service.launch();
   ASSERT_TRUE(platform.waitUntilHeld("event_consumer_new"));
