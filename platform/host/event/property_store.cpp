@@ -59,7 +59,11 @@ PropertyStore::Change PropertyStore::vanish(const std::string& key) {
 }
 
 PropertyStore::Change PropertyStore::find(const PublicationPtr& publication) {
-  return isUnseen(publication->source->key) ? apply(publication) : Change();
+  Change change;
+  if (isUnseen(publication->source->key)) {
+    change = apply(publication);
+  }
+  return change;
 }
 
 const PropertyStore::State* PropertyStore::next(Place& place) const {
