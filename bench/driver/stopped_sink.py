@@ -12,6 +12,7 @@ from measure import Setup, Variant
 PROMPT_S = 0.1
 #: What comes in such a slice tells the rate.
 SLICE_S = 0.1
+#: Of the load, before the sink is stopped and after: lengths of the measurement, not waits.
 LEAD_S = 2
 TAIL_S = 20
 
@@ -47,7 +48,7 @@ def run(bed, seconds, rate):
 
 
 def _idle(bed):
-    """True if nothing came for a while."""
+    """True if nothing came for a while: what is lost cannot be waited for."""
     seen = bed.received()
     time.sleep(1.5)
     return bed.received() == seen

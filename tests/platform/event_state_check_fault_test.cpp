@@ -63,6 +63,18 @@ class EventStateCheckFault : public support::EventTest {
     ASSERT_TRUE(all_->waitForEvents(2));
     all_->clear();
   }
+  /// Behind the answer about the second state comes an event of the first.
+  void changeTheFirstAfterwards() {
+    onBarrier_ = [](Connection& connection, const std::string& probe) {
+      connection.send(mqtt::unsuback(probe));
+      connection.send(mqtt::retained(kFirst, state(1, 1)));
+    };
+  }
+  void expectTheFirstChangedAndTheSecondEnded() {
+    start();
+    ASSERT_TRUE(all_->waitForEvents(2));
+    EXPECT_THAT(all_->summary(), UnorderedElementsAre("Changed " + state(1, 1), ended(2)));
+  }
   static void answerProbes(Connection& connection) {
     for (std::string packet = connection.read(); isUnsubscribe(packet);
          packet = connection.read()) {
@@ -135,13 +147,8 @@ TEST_F(EventStateCheckFault, AStateThatTheBrokerRefusesToTellIsKept) {
     connection.send(mqtt::suback(subscribe, granted(subscribe, kOther)));
     answerProbes(connection);
   };
-  onBarrier_ = [](Connection& connection, const std::string& probe) {
-    connection.send(mqtt::unsuback(probe));
-    connection.send(mqtt::retained(kFirst, state(1, 1)));
-  };
-  start();
-  ASSERT_TRUE(all_->waitForEvents(2));
-  EXPECT_THAT(all_->summary(), UnorderedElementsAre("Changed " + state(1, 1), ended(2)));
+  changeTheFirstAfterwards();
+  expectTheFirstChangedAndTheSecondEnded();
 }
 
 TEST_F(EventStateCheckFault, AStateUnderTheOtherSpellingIsTheSamePropertys) {
@@ -150,13 +157,8 @@ TEST_F(EventStateCheckFault, AStateUnderTheOtherSpellingIsTheSamePropertys) {
     connection.send(mqtt::suback(subscribe, granted(subscribe)));
     answerProbes(connection);
   };
-  onBarrier_ = [](Connection& connection, const std::string& probe) {
-    connection.send(mqtt::unsuback(probe));
-    connection.send(mqtt::retained(kFirst, state(1, 1)));
-  };
-  start();
-  ASSERT_TRUE(all_->waitForEvents(2));
-  EXPECT_THAT(all_->summary(), UnorderedElementsAre("Changed " + state(1, 1), ended(2)));
+  changeTheFirstAfterwards();
+  expectTheFirstChangedAndTheSecondEnded();
 }
 
 TEST_F(EventStateCheckFault, WhatIsNoStateThereLeavesThePropertyAsItIs) {
@@ -165,13 +167,8 @@ TEST_F(EventStateCheckFault, WhatIsNoStateThereLeavesThePropertyAsItIs) {
     connection.send(mqtt::suback(subscribe, granted(subscribe)));
     answerProbes(connection);
   };
-  onBarrier_ = [](Connection& connection, const std::string& probe) {
-    connection.send(mqtt::unsuback(probe));
-    connection.send(mqtt::retained(kFirst, state(1, 1)));
-  };
-  start();
-  ASSERT_TRUE(all_->waitForEvents(2));
-  EXPECT_THAT(all_->summary(), UnorderedElementsAre("Changed " + state(1, 1), ended(2)));
+  changeTheFirstAfterwards();
+  expectTheFirstChangedAndTheSecondEnded();
 }
 
 TEST_F(EventStateCheckFault, AStateThatComesLateIsWaitedFor) {
@@ -183,9 +180,7 @@ TEST_F(EventStateCheckFault, AStateThatComesLateIsWaitedFor) {
     connection.send(mqtt::unsuback(probe));
     answerProbes(connection);
   };
-  start();
-  ASSERT_TRUE(all_->waitForEvents(2));
-  EXPECT_THAT(all_->summary(), UnorderedElementsAre("Changed " + state(1, 1), ended(2)));
+  expectTheFirstChangedAndTheSecondEnded();
 }
 
 TEST_F(EventStateCheckFault, TheStatesOfANewConnectionMayComeInSeveralRounds) {

@@ -65,6 +65,13 @@ class EventStateCheck : public support::EventTest {
     }
     all_->clear();
   }
+  /// The connection does not come again before the proxy is told so.
+  void consumeAndLose(support::Proxy& proxy) {
+    ASSERT_NO_FATAL_FAILURE(consume(proxy.address()));
+    proxy.stall(true);
+    proxy.cut();
+    ASSERT_TRUE(waitForLog("Lost"));
+  }
   /// Some properties end and some change; returns the events that tell so.
   static std::vector<std::string> changeSome(const support::Broker& broker) {
     std::vector<std::string> expected;
@@ -115,10 +122,7 @@ TEST_F(EventStateCheck, OnlyWhatEndedWhileTheBrokerRestartedIsDeleted) {
 TEST_F(EventStateCheck, OnlyWhatEndedWhileTheConnectionWasCutIsDeleted) {
   support::Proxy proxy(broker_.socketPath());
   broker_.start();
-  ASSERT_NO_FATAL_FAILURE(consume(proxy.address()));
-  proxy.stall(true);
-  proxy.cut();
-  ASSERT_TRUE(waitForLog("Lost"));
+  ASSERT_NO_FATAL_FAILURE(consumeAndLose(proxy));
   const std::vector<std::string> expected = changeSome(broker_);
   proxy.stall(false);
   ASSERT_TRUE(all_->waitForEvents(expected.size()));
@@ -128,10 +132,7 @@ TEST_F(EventStateCheck, OnlyWhatEndedWhileTheConnectionWasCutIsDeleted) {
 TEST_F(EventStateCheck, LiveEventsMeanwhileAreNeitherDoubledNorLost) {
   support::Proxy proxy(broker_.socketPath());
   broker_.start();
-  ASSERT_NO_FATAL_FAILURE(consume(proxy.address()));
-  proxy.stall(true);
-  proxy.cut();
-  ASSERT_TRUE(waitForLog("Lost"));
+  ASSERT_NO_FATAL_FAILURE(consumeAndLose(proxy));
   const std::vector<std::string> changes = changeSome(broker_);
   std::size_t ends = 0;
   all_->onEvent([&] {
