@@ -39,10 +39,15 @@ class Publisher {
   Publisher() : load_(bench::Load::fromEnvironment()), message_(load_.size) {
     client_.reset(mosquitto_new(nullptr, true, this));
     mosquitto_int_option(client_.get(), MOSQ_OPT_PROTOCOL_VERSION, MQTT_PROTOCOL_V5);
+    mosquitto_connect_callback_set(client_.get(), onConnected);
     mosquitto_publish_v5_callback_set(client_.get(), onPublished);
     // A Unix socket: libmosquitto takes port 0 for one.
     check(mosquitto_connect(client_.get(), bench::requiredVariable("BENCH_BROKER"), 0, 60),
           "cannot connect");
+    // libmosquitto sends twice what is published while the connection is being accepted.
+    while (!accepted_) {
+      check(mosquitto_loop(client_.get(), -1, 1), "the connection is not accepted");
+    }
     check(mosquitto_loop_start(client_.get()), "no network thread");
   }
 
@@ -90,6 +95,11 @@ class Publisher {
  private:
   static constexpr std::uint64_t kMaxUnacknowledged = 2000;
 
+  static void onConnected(mosquitto* /*client*/, void* userData, int reason) {
+    check(reason == 0 ? MOSQ_ERR_SUCCESS : MOSQ_ERR_CONN_REFUSED, "cannot connect");
+    static_cast<Publisher*>(userData)->accepted_ = true;
+  }
+
   static void onPublished(mosquitto* /*client*/, void* userData, int /*id*/, int reason,
                           const mosquitto_property* /*properties*/) {
     check(reason < 128 ? MOSQ_ERR_SUCCESS : MOSQ_ERR_INVAL, "the broker refused a message");
@@ -118,6 +128,8 @@ class Publisher {
   const bench::Load load_;
   bench::Message message_;
   std::unique_ptr<mosquitto, MosquittoDeleter> client_;
+  /// Before its thread runs.
+  bool accepted_ = false;
   std::uint64_t published_ = 0;
   std::atomic<std::uint64_t> acknowledged_{0};
 };

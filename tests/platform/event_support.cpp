@@ -16,8 +16,12 @@ Publisher::Publisher(const std::string& host, int port) {
   mosquitto_lib_init();
   client_ = mosquitto_new(nullptr, true, this);
   mosquitto_int_option(client_, MOSQ_OPT_PROTOCOL_VERSION, MQTT_PROTOCOL_V5);
+  mosquitto_connect_callback_set(client_, onConnect);
   mosquitto_publish_callback_set(client_, onPublish);
-  if (mosquitto_connect(client_, host.c_str(), port, 60) != MOSQ_ERR_SUCCESS) {
+  // libmosquitto sends twice what is published while the connection is being accepted.
+  const auto turn = [this] { return mosquitto_loop(client_, 0, 1) != MOSQ_ERR_SUCCESS; };
+  if (mosquitto_connect(client_, host.c_str(), port, 60) != MOSQ_ERR_SUCCESS ||
+      !waitFor([this, &turn] { return turn() || accepted_; }) || !accepted_) {
     mosquitto_destroy(client_);
     throw std::runtime_error("cannot publish to " + host);
   }
@@ -56,6 +60,10 @@ void Publisher::flush() {
 std::size_t Publisher::pending() {
   const std::lock_guard<std::mutex> lock(mutex_);
   return pending_.size();
+}
+
+void Publisher::onConnect(mosquitto* /*client*/, void* self, int reason) {
+  static_cast<Publisher*>(self)->accepted_ = reason == 0;
 }
 
 void Publisher::onPublish(mosquitto* /*client*/, void* self, int packetId) {

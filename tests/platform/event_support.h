@@ -43,9 +43,12 @@ class Publisher {
   std::size_t pending();
 
  private:
+  static void onConnect(mosquitto* client, void* self, int reason);
   static void onPublish(mosquitto* client, void* self, int packetId);
 
   mosquitto* client_;
+  /// Before its thread runs.
+  bool accepted_ = false;
   std::mutex mutex_;
   std::set<int> pending_;
 };
