@@ -94,7 +94,9 @@ bool addAll(const Options& options, filter_check::CheckedFilter& filter) {
   return usable;
 }
 
-ExitStatus checkEvents(std::istream& lines, const filter_check::CheckedFilter& filter) {
+/// `name`: what the lines come from.
+ExitStatus checkEvents(std::istream& lines, const std::string& name,
+                       const filter_check::CheckedFilter& filter) {
   filter_check::EventLineReader reader;
   std::size_t number = 0;
   std::size_t events = 0;
@@ -119,7 +121,7 @@ ExitStatus checkEvents(std::istream& lines, const filter_check::CheckedFilter& f
               << reasons.str();
   }
   if (lines.bad()) {
-    return fail("the events cannot be read");
+    return fail("cannot read " + name + ": " + g_strerror(errno));
   }
   std::cout << matching << " of " << events << " events match\n";
   return matching > 0 ? kYes : kNoEventMatches;
@@ -135,13 +137,13 @@ ExitStatus check(const Options& options) {
   }
   const std::string name = options.files.get()[0];
   if (name == "-") {
-    return checkEvents(std::cin, filter);
+    return checkEvents(std::cin, "standard input", filter);
   }
   std::ifstream file(name);
   if (!file) {
     return fail("cannot read " + name + ": " + g_strerror(errno));
   }
-  return checkEvents(file, filter);
+  return checkEvents(file, name, filter);
 }
 
 }  // namespace

@@ -180,6 +180,12 @@ TEST(FilterCheck, WrongUsageIsToldApartFromAFilterThatSaysNo) {
   }
 }
 
+TEST(FilterCheck, EventsThatCannotBeReadAreNamedWithTheReason) {
+  EXPECT_THAT(run({"-t", "a", "/nowhere/at/all"}).errors,
+              HasSubstr("cannot read /nowhere/at/all: No such file or directory\n"));
+  EXPECT_THAT(run({"-t", "a", "/"}).errors, HasSubstr("cannot read /: Is a directory\n"));
+}
+
 TEST(FilterCheck, AResultThatCannotBeWrittenIsAnError) {
   const std::string command = std::string(LUMENFEED_FILTER_CHECK) + " -t a > /dev/full";
   const char* argv[] = {"sh", "-c", command.c_str(), nullptr};
