@@ -32,7 +32,8 @@ PrivateBus::PrivateBus(const std::string& fragments) {
       "<busconfig>\n<include>" LUMENFEED_PRIVATE_BUS_CONFIG "</include>\n" +
           fragments + "\n</busconfig>\n");
   daemon_ = std::make_unique<Process>(std::vector<std::string>{
-      "dbus-daemon", "--config-file=" + config, "--nofork", "--nopidfile", "--print-address=1"});
+      "dbus-daemon", "--config-file=" + config, "--address=unix:path=" + directory_.file("bus"),
+      "--nofork", "--nopidfile", "--print-address=1"});
   if (!waitFor([this] { return !daemon_->standardOutput().empty() || !daemon_->running(); }) ||
       daemon_->standardOutput().empty()) {
     const auto& error = daemon_->standardError();
