@@ -148,8 +148,9 @@ void DeliverySource::deliver() {
   delivering_ = false;
   stopTimer();
   holding_ = false;
-  if (calls > 0) {
-    // Also without more work: the pace looks whether the context turns before it is our turn again.
+  if (calls > 0 || (slowAllowed > 0 && delivery->hasWork())) {
+    // After calls also without more work: the pace looks whether the context turns before it is our
+    // turn again. Without a call, what was looked at was wanted by nobody.
     ready_ = true;
   } else if (delivery->hasWork()) {
     holding_ = !pace_.hasResults();
