@@ -156,6 +156,14 @@ TEST_F(ConfiguredConsumer, AFileThatTheEnvironmentNamesMustBeThere) {
   EXPECT_THAT(log_.lines().front(), HasSubstr("missing: No such file or directory"));
 }
 
+TEST_F(ConfiguredConsumer, AnEmptyNameInTheEnvironmentIsNoFile) {
+  g_setenv("EVENT2_CONFIG", "", TRUE);
+  const support::ConsumerPtr consumer(event_consumer_new("test"));
+  EXPECT_EQ(subscribe(consumer.get()), 0U);
+  ASSERT_EQ(log_.lines().size(), 1U);
+  EXPECT_THAT(log_.lines().front(), HasSubstr("EVENT2_CONFIG is empty"));
+}
+
 TEST_F(ConfiguredConsumer, AUsableFileMakesAConsumerWhetherOrNotTheBrokerIsThere) {
   const std::string path = directory_.write(
       "event2.conf", "[broker]\naddress=unix:" + directory_.file("nobody.sock") + "\n");

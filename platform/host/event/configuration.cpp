@@ -265,6 +265,10 @@ bool Reader::setFile(std::string& target, const std::string& path) {
 
 bool Configuration::load(std::string& error) {
   if (const char* named = g_getenv("EVENT2_CONFIG"); named != nullptr) {
+    if (*named == '\0') {
+      error = "EVENT2_CONFIG is empty: it names no file";
+      return false;
+    }
     return loadFile(named, error);
   }
   // Only a file that is not there at all means the defaults: one that cannot be read does not.
