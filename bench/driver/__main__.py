@@ -24,7 +24,7 @@ TOP = pathlib.Path(__file__).resolve().parents[2]
 
 def options():
     parser = argparse.ArgumentParser(prog="scripts/bench", description=__doc__)
-    parser.add_argument("--quick", action="store_true", help="a look in two minutes, no paper")
+    parser.add_argument("--quick", action="store_true", help="a look in a minute and a half, no paper")
     parser.add_argument("--write-docs", action="store_true",
                         help="write the figures into docs/performance.md")
     parser.add_argument("--only", metavar="TEXT", help="only variants with this text in their name")

@@ -6,17 +6,21 @@ import json
 import statistics
 import subprocess
 
+from processes import BenchError
+
 
 def run(program, repetitions, seconds):
     """CPU nanoseconds per call of every repetition, by benchmark name."""
     command = [program, "--benchmark_format=json", f"--benchmark_repetitions={repetitions}",
                "--benchmark_enable_random_interleaving=true", f"--benchmark_min_time={seconds}"]
-    done = subprocess.run(command, capture_output=True, text=True, check=True)
+    done = subprocess.run(command, stdout=subprocess.PIPE, text=True)
+    if done.returncode != 0:
+        raise BenchError(f"{program} ended with status {done.returncode}")
     figures = {}
     for entry in json.loads(done.stdout)["benchmarks"]:
         if entry["run_type"] == "iteration":
             if entry.get("error_occurred"):
-                raise RuntimeError(f"{entry['name']}: {entry['error_message']}")
+                raise BenchError(f"{entry['name']}: {entry['error_message']}")
             figures.setdefault(entry["run_name"], []).append(
                 entry["cpu_time"] * {"ns": 1, "us": 1e3, "ms": 1e6}[entry["time_unit"]])
     return figures
