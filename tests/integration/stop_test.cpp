@@ -119,10 +119,7 @@ TEST_F(Stop, WorksWithARequestThatIsQueuedAlready) {
   EXPECT_THAT(streaming.calls(), IsEmpty());
 }
 
-TEST_F(Stop, BeforeTheObjectIsExportedStillUnexportsIt) {
-  if (support::isUnderSomething()) {
-    GTEST_SKIP() << "its threads may be so slow that the object is exported first";
-  }
+TEST_F(Stop, BeforeTheLoopRunsEndsInOrder) {
   platform.hold("event_consumer_new");
   service.launch();
   ASSERT_TRUE(platform.waitUntilHeld("event_consumer_new"));
@@ -132,10 +129,11 @@ TEST_F(Stop, BeforeTheObjectIsExportedStillUnexportsIt) {
   platform.release();
   EXPECT_EQ(service.process->wait(), kInOrder);
   expectLastLine(kInfo, kTerminating);
-  // The object is unexported in any case; GLib says that there was nothing to do.
-  service.expectGlibLog(G_LOG_LEVEL_CRITICAL, "GLib-GIO",
-                        "g_dbus_interface_skeleton_unexport: assertion "
-                        "'interface_->priv->connections != NULL' failed");
+  // The object is unexported in any case. GLib says so if there was nothing to do: a thread of its
+  // own has the bus ready before the loop's only turn, or has not.
+  service.allowGlibLog(G_LOG_LEVEL_CRITICAL, "GLib-GIO",
+                       "g_dbus_interface_skeleton_unexport: assertion "
+                       "'interface_->priv->connections != NULL' failed");
 }
 
 TEST_F(Stop, SecondTerminationHasTheDefaultAction) {
