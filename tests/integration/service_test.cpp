@@ -40,15 +40,15 @@ support::ReceivedCall streamData(const std::string& session, const std::string& 
           {session, "1.0", "events", "notify", "{\"notification\":" + eventJson + "}"}};
 }
 
-Service::Service(support::Environment environment) : environment_(std::move(environment)) {
-  environment_["LD_LIBRARY_PATH"] = LUMENFEED_DOUBLES_DIR;
-  environment_.merge(platform.environment());
+Service::Service(support::Environment busEnvironment) : environment(std::move(busEnvironment)) {
+  environment["LD_LIBRARY_PATH"] = LUMENFEED_DOUBLES_DIR;
+  environment.merge(platform.environment());
 }
 
 void Service::launch(const std::vector<std::string>& arguments) {
   std::vector<std::string> command = support::underTest(LUMENFEED_PROGRAM);
   command.insert(command.end(), arguments.begin(), arguments.end());
-  process = std::make_unique<support::Process>(command, environment_);
+  process = std::make_unique<support::Process>(command, environment);
 }
 
 void Service::start() {

@@ -32,8 +32,8 @@ std::string topicPayload(const std::string& topic = "tns1:Device//.");
 /// The program as it is shipped, one or several of it, on the doubles and on a private bus.
 class Service {
  public:
-  /// `environment`: which bus is the system bus.
-  explicit Service(support::Environment environment);
+  /// `busEnvironment`: which bus is the system bus.
+  explicit Service(support::Environment busEnvironment);
 
   /// Starts, and goes on at once.
   void launch(const std::vector<std::string>& arguments = {});
@@ -51,10 +51,11 @@ class Service {
   std::vector<support::LogLine> surprises();
 
   support::PlatformControl platform;
+  /// What launch() sets for the process.
+  support::Environment environment;
   std::unique_ptr<support::Process> process;
 
  private:
-  support::Environment environment_;
   std::vector<support::LogLine> expected_;
 };
 

@@ -222,7 +222,7 @@ TEST_F(Stop, FurtherExceptionsOnTheWayDownChangeNothing) {
 TEST_F(Stop, ExceptionInACallThatComesAfterTheLoopIsLoggedAndTheEndIsInOrder) {
   // What GLib holds while it dispatches a call is lost when an exception passes through it; the
   // leak sanitizer would turn that into another exit status.
-  g_setenv("ASAN_OPTIONS", "detect_leaks=0", TRUE);
+  service.environment["ASAN_OPTIONS"] = support::asanOptions("detect_leaks=0");
   start();
   configured("s");
   configured("t");

@@ -29,9 +29,7 @@ class JumpingClock : public LoadTest {
     environment_["LD_PRELOAD"] = LUMENFEED_SHIFTED_CLOCK_LIBRARY;
     environment_["LUMENFEED_SHIFTED_CLOCK"] = file;
     // The sanitizer wants to be the first library, and does not need to be.
-    const char* const options = std::getenv("ASAN_OPTIONS");
-    environment_["ASAN_OPTIONS"] =
-        (options != nullptr ? std::string(options) + ":" : "") + "verify_asan_link_order=0";
+    environment_["ASAN_OPTIONS"] = support::asanOptions("verify_asan_link_order=0");
     LoadTest::SetUp();
   }
 

@@ -25,6 +25,11 @@ std::ostream& operator<<(std::ostream& out, const ExitStatus& status) {
   return out << (status.signalled ? "signal " : "exit status ") << status.value;
 }
 
+std::string asanOptions(const std::string& further) {
+  const char* const own = std::getenv("ASAN_OPTIONS");
+  return (own != nullptr ? std::string(own) + ":" : "") + further;
+}
+
 std::vector<std::string> underTest(const std::string& program) {
   std::vector<std::string> command;
   const char* const outer = std::getenv("LUMENFEED_RUN_UNDER");

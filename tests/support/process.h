@@ -16,6 +16,9 @@ namespace support {
 /// Variables to set for a child; what the test's own process has stays.
 using Environment = std::map<std::string, std::string>;
 
+/// ASAN_OPTIONS for a child: those of the test's own process, and one more.
+std::string asanOptions(const std::string& further);
+
 /// How a child ended.
 struct ExitStatus {
   bool signalled = false;
