@@ -40,9 +40,9 @@ TEST_F(ConsoleEnd, NotificationsPastTheCountAreNotPrinted) {
 }
 
 TEST_F(ConsoleEnd, SecondsWithANotificationAreDone) {
-  start({"--seconds", "0.5"});
+  start({"--seconds", "2.5"});
   ASSERT_TRUE(source_.waitForCalls(2));
-  // Right behind each other, so that the time cannot be over between them.
+  // Right behind each other, so that the time is not over between them.
   source_.respond("s");
   source_.notify("s", "{}");
   EXPECT_EQ(exitStatus(), 0);
@@ -57,12 +57,12 @@ TEST_F(ConsoleEnd, SecondsWithoutANotificationAreATimeOut) {
 }
 
 TEST_F(ConsoleEnd, SecondsBeforeTheCountAreATimeOut) {
-  start({"--seconds", "0.5", "--count", "2"});
+  start({"--seconds", "2.5", "--count", "2"});
   ASSERT_TRUE(source_.waitForCalls(2));
   source_.respond("s");
   source_.notify("s", "{}");
   EXPECT_EQ(exitStatus(), 4);
-  EXPECT_EQ(lastError(), "lumenfeed-console: 1 of 2 notifications came in 0.5 s");
+  EXPECT_EQ(lastError(), "lumenfeed-console: 1 of 2 notifications came in 2.5 s");
 }
 
 TEST_F(ConsoleEnd, SigintAndSigtermRemoveTheSession) {
@@ -140,15 +140,15 @@ TEST_F(ConsoleEnd, ARequestThatIsRefusedEndsTheSession) {
 
 TEST_F(ConsoleEnd, AMuteDataSourceIsATimeOut) {
   source_.holdBack("CreateSession");
-  start({"--wait", "0.2"});
+  start({"--wait", "2.5"});
   EXPECT_EQ(exitStatus(), 4);
-  EXPECT_EQ(lastError(), "lumenfeed-console: no reply to CreateSession within 0.2 s");
+  EXPECT_EQ(lastError(), "lumenfeed-console: no reply to CreateSession within 2.5 s");
 }
 
 TEST_F(ConsoleEnd, AConfigurationWithoutAnswerIsATimeOut) {
-  start({"--wait", "0.2"});
+  start({"--wait", "2.5"});
   EXPECT_EQ(exitStatus(), 4);
-  EXPECT_EQ(lastError(), "lumenfeed-console: no answer to the configuration within 0.2 s");
+  EXPECT_EQ(lastError(), "lumenfeed-console: no answer to the configuration within 2.5 s");
   EXPECT_EQ(source_.calls().back(), "RemoveSession(s)");
 }
 
@@ -161,12 +161,12 @@ TEST_F(ConsoleEnd, ADataSourceThatLeavesEndsTheRun) {
 
 TEST_F(ConsoleEnd, NoDataSourceInTimeEndsTheRun) {
   source_.disappear();
-  start({"--wait", "0.2"});
+  start({"--wait", "2.5"});
   EXPECT_EQ(exitStatus(), 5);
   EXPECT_THAT(console_->standardError(),
               ElementsAre("lumenfeed-console: waiting for com.ovra.WSEventDataSource1",
                           "lumenfeed-console: com.ovra.WSEventDataSource1 did not appear within "
-                          "0.2 s"));
+                          "2.5 s"));
 }
 
 TEST_F(ConsoleEnd, ADataSourceThatAppearsLaterIsUsed) {
