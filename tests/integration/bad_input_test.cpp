@@ -181,6 +181,9 @@ TEST_F(BadInput, TextsUpToTheSizeThatTheBusTakesAreAnswered) {
     const std::string text(megabytes * 1024 * 1024, 'x');
     EXPECT_TRUE(client.createSession(text).ok());
     EXPECT_TRUE(client.handleRequest(text, "rubbish").ok());
+    ASSERT_TRUE(streaming.waitForCalls(1));
+    EXPECT_EQ(streaming.calls()[0].method, "SendErrorResponse");
+    EXPECT_EQ(streaming.calls()[0].arguments[0].size(), text.size());
     EXPECT_TRUE(client.removeSession(text).ok());
     ASSERT_NO_FATAL_FAILURE(expectGoodSession());
   }
