@@ -97,12 +97,14 @@ void LoadTest::open(const std::string& session, const std::vector<std::string>& 
 }
 
 void LoadTest::configure(const std::string& session, const std::vector<std::string>& filters) {
-  const auto isAnswer = [](const support::ReceivedCall& call) {
-    return call.method != "SendStreamData";
+  // Its own: one to a service that ended in the middle may still be on its way.
+  const std::string request = "configure" + std::to_string(++requests_);
+  const auto isAnswer = [&](const support::ReceivedCall& call) {
+    return call.method != "SendStreamData" && call.arguments[2] == request;
   };
   const std::vector<support::ReceivedCall>& calls = streaming_.calls();
   const std::size_t before = calls.size();
-  ASSERT_TRUE(client_.handleRequest(session, payload(filters)).ok());
+  ASSERT_TRUE(client_.handleRequest(session, payload(filters), request).ok());
   const auto answer = [&] {
     return std::find_if(calls.begin() + static_cast<std::ptrdiff_t>(before), calls.end(), isAnswer);
   };

@@ -72,6 +72,7 @@ class LoadTest : public support::GlibTest {
   support::TempDir directory_;
   std::unique_ptr<support::Publisher> publisher_;
   std::vector<std::string> allowed_;
+  std::size_t requests_ = 0;
 };
 
 /// Those of the events among these calls.
