@@ -66,22 +66,27 @@ class Process::Lines {
   Lines(const Lines&) = delete;
   Lines& operator=(const Lines&) = delete;
 
-  bool open() const { return source_ != 0; }
   const std::vector<std::string>& lines() const { return lines_; }
 
- private:
-  static gboolean onReadable(int fd, GIOCondition /*condition*/, gpointer data) {
-    auto* self = static_cast<Lines*>(data);
+  /// Takes what is in the pipe; false if nothing more can come.
+  bool take() {
     char chunk[4096];
     ssize_t size = 0;
-    while ((size = read(fd, chunk, sizeof chunk)) > 0) {
-      self->rest_.append(chunk, static_cast<std::size_t>(size));
+    while ((size = read(fd_, chunk, sizeof chunk)) > 0) {
+      rest_.append(chunk, static_cast<std::size_t>(size));
     }
-    for (std::size_t end = 0; (end = self->rest_.find('\n')) != std::string::npos;) {
-      self->lines_.push_back(self->rest_.substr(0, end));
-      self->rest_.erase(0, end + 1);
+    const bool mayGoOn = size < 0 && (errno == EAGAIN || errno == EINTR);
+    for (std::size_t end = 0; (end = rest_.find('\n')) != std::string::npos;) {
+      lines_.push_back(rest_.substr(0, end));
+      rest_.erase(0, end + 1);
     }
-    if (size < 0 && (errno == EAGAIN || errno == EINTR)) {
+    return mayGoOn;
+  }
+
+ private:
+  static gboolean onReadable(int /*fd*/, GIOCondition /*condition*/, gpointer data) {
+    auto* self = static_cast<Lines*>(data);
+    if (self->take()) {
       return G_SOURCE_CONTINUE;
     }
     self->source_ = 0;
@@ -178,9 +183,9 @@ ExitStatus Process::wait() {
     kill(pid_, SIGKILL);
     throw std::runtime_error("process " + std::to_string(pid_) + " did not end");
   }
-  // What it wrote last may still be in the pipes; a grandchild may keep them open.
-  static_cast<void>(
-      waitFor([this] { return !output_->open() && !error_->open(); }, std::chrono::seconds(1)));
+  // What it wrote last is in the pipes; a grandchild may keep them open.
+  output_->take();
+  error_->take();
   return status_;
 }
 
