@@ -12,7 +12,7 @@ namespace devkit_test {
 namespace {
 
 using ::testing::Contains;
-using ::testing::ElementsAre;
+using ::testing::Each;
 using ::testing::Key;
 using ::testing::StartsWith;
 
@@ -38,10 +38,12 @@ TEST_F(HostMonitorConnection, ABrokerThatComesLaterIsFound) {
   EXPECT_TRUE(MqttListener(broker_).waitForMessage(kReboot, "2023"));
   // What it publishes may be with the broker before its line is here.
   ASSERT_TRUE(monitor_->waitForLine("connected to the broker"));
-  EXPECT_THAT(
-      monitor_->standardError(),
-      ElementsAre(StartsWith("lumenfeed-host-monitor: cannot reach the broker at "),
-                  "lumenfeed-host-monitor: connected to the broker at " + broker_.address()));
+  std::vector<std::string> lines = monitor_->standardError();
+  EXPECT_EQ(lines.back(),
+            "lumenfeed-host-monitor: connected to the broker at " + broker_.address());
+  lines.pop_back();
+  // More than one, if it tried again while the broker was starting.
+  EXPECT_THAT(lines, Each(StartsWith("lumenfeed-host-monitor: cannot reach the broker at ")));
 }
 
 TEST_F(HostMonitorConnection, ABrokerOnAPortIsReached) {
