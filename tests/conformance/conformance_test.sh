@@ -9,7 +9,10 @@
 # that the library does not take is found out), usage.
 set -euo pipefail
 
-step=$1 program=$2
+step=$1
+# Whatever this shell starts ends with it, however that ends.
+with_shell=(setpriv --pdeathsig KILL)
+program=("${with_shell[@]}" "$2")
 work=$(mktemp -d)
 broker=
 finish() {
@@ -31,7 +34,8 @@ max_inflight_messages 0
 max_queued_messages 0
 user $(id -un)
 CONF
-  PATH=$PATH:/usr/sbin mosquitto -c "$work/mosquitto.conf" >"$work/broker.log" 2>&1 &
+  PATH=$PATH:/usr/sbin "${with_shell[@]}" mosquitto -c "$work/mosquitto.conf" \
+    >"$work/broker.log" 2>&1 &
   broker=$!
   # shellcheck disable=SC2016  # expanded inside
   timeout 30 bash -c 'until mosquitto_pub --unix "$1/broker" -t up -n 2>/dev/null; do :; done' \
@@ -43,7 +47,7 @@ CONF
 case $step in
   kept)
     start_broker
-    "$program" --publish "for mark; do
+    "${program[@]}" --publish "for mark; do
         printf '{\"Source\":{\"InputToken\":\"1\"},\"Data\":{\"Mark\":\"%s\"}}\n' \"\$mark\"
       done | mosquitto_pub --unix $work/broker -q 1 -l -t dev/onvif-ej/Device/Trigger/DigitalInput" |
       tee "$work/report"
@@ -55,7 +59,7 @@ case $step in
     # Held open: who publishes does not wait for a consumer.
     exec 4<>"$EXAMPLE_EVENTS"
     # shellcheck disable=SC2016  # expanded by the program's shell
-    LD_LIBRARY_PATH=$3 "$program" --publish 'for mark; do
+    LD_LIBRARY_PATH=$3 "${program[@]}" --publish 'for mark; do
         printf "tns1:Device/Trigger/DigitalInput {\"Data\":{\"Mark\":\"%s\"}}\n" "$mark"
       done >"$EXAMPLE_EVENTS"' | tee "$work/report"
     grep -q '^ok .* every event of a burst arrives$' "$work/report" || fail "no burst was checked"
@@ -63,7 +67,7 @@ case $step in
   silent)
     start_broker
     status=0
-    "$program" --publish : --deadline 1 >"$work/report" || status=$?
+    "${program[@]}" --publish : --deadline 1 >"$work/report" || status=$?
     [ $status -eq 1 ] || fail "status $status without an event"
     grep -q '^not ok .* an event on the topic arrives$' "$work/report" || fail "$(cat "$work/report")"
     ;;
@@ -71,7 +75,7 @@ case $step in
     start_broker
     for option in --topic --other-topic; do
       status=0
-      "$program" --publish : --deadline 1 $option 'tns1:[' >"$work/report" || status=$?
+      "${program[@]}" --publish : --deadline 1 $option 'tns1:[' >"$work/report" || status=$?
       [ $status -eq 1 ] || fail "status $status with a wrong $option"
       grep -q "^not ok .* the topic of $option is taken\$" "$work/report" || fail "$(cat "$work/report")"
       grep -q '^1\.\.' "$work/report" || fail "no end of the report: $(cat "$work/report")"
@@ -81,7 +85,7 @@ case $step in
     for arguments in "" "--burst 1 --publish :" "--no-such-option" "--publish : more"; do
       status=0
       # shellcheck disable=SC2086  # several words
-      "$program" $arguments >"$work/report" 2>&1 || status=$?
+      "${program[@]}" $arguments >"$work/report" 2>&1 || status=$?
       [ $status -eq 2 ] || fail "'$arguments' ends with status $status"
       grep -q -- '--help' "$work/report" || fail "'$arguments' says $(cat "$work/report")"
     done

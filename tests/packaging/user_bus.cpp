@@ -5,6 +5,7 @@
 
 #include <grp.h>
 #include <pwd.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,6 +23,15 @@ namespace {
 
 constexpr int kDeadlineSeconds = 30;
 
+/// In a child: the test's end is its own, too.
+void dieWith(pid_t parent) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  // It may have ended before the request was made.
+  if (getppid() != parent) {
+    _exit(127);
+  }
+}
+
 /// Forks; the child runs `body` with a pipe as its output, and never returns.
 template <typename Body>
 std::pair<pid_t, int> forkWithOutput(const Body& body) {
@@ -29,11 +39,13 @@ std::pair<pid_t, int> forkWithOutput(const Body& body) {
   if (pipe(ends.data()) != 0) {
     throw std::runtime_error("no pipe");
   }
+  const pid_t parent = getpid();
   const pid_t pid = fork();
   if (pid < 0) {
     throw std::runtime_error("no process");
   }
   if (pid == 0) {
+    dieWith(parent);
     close(ends[0]);
     body(ends[1]);
     _exit(127);
@@ -43,12 +55,15 @@ std::pair<pid_t, int> forkWithOutput(const Body& body) {
 }
 
 void become(const char* user) {
+  const pid_t parent = getppid();
   const passwd* entry = getpwnam(user);
   if (entry == nullptr || setgroups(0, nullptr) != 0 || setgid(entry->pw_gid) != 0 ||
       setuid(entry->pw_uid) != 0) {
     std::fprintf(stderr, "cannot become the user %s\n", user);
     _exit(126);
   }
+  // The kernel forgets it with a change of user.
+  dieWith(parent);
 }
 
 void writeAll(int output, const std::string& text) {
