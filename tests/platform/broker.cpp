@@ -38,25 +38,28 @@ bool connects(const Address& address) {
   return connected;
 }
 
-}  // namespace
-
-int freePort() {
-  const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+/// Bound to a free port. Linux gives it to nobody who asks for any port, but lets a listener have
+/// it that names it and allows reuse, as mosquitto does.
+Descriptor reservePort(int& port) {
+  Descriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   sockaddr_in address = loopback(0);
   socklen_t size = sizeof address;
-  const bool bound = bind(socket, reinterpret_cast<sockaddr*>(&address), size) == 0 &&
-                     getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size) == 0;
-  close(socket);
-  if (!bound) {
+  const int allowed = 1;
+  if (setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &allowed, sizeof allowed) != 0 ||
+      bind(socket.get(), reinterpret_cast<sockaddr*>(&address), size) != 0 ||
+      getsockname(socket.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0) {
     throw std::runtime_error("there is no free port");
   }
-  return ntohs(address.sin_port);
+  port = ntohs(address.sin_port);
+  return socket;
 }
+
+}  // namespace
 
 Broker::Broker(std::string settings) : settings_(std::move(settings)) {}
 
 void Broker::listenOnPort(const std::string& settings) {
-  port_ = freePort();
+  reservedPort_ = reservePort(port_);
   portSettings_ = settings;
 }
 

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "tests/platform/unix_socket.h"
 #include "tests/support/process.h"
 #include "tests/support/temp_dir.h"
 
@@ -47,10 +48,9 @@ class Broker {
   std::string settings_;
   std::string portSettings_;
   int port_ = 0;
+  /// Keeps the port ours, also while the broker is not there.
+  Descriptor reservedPort_;
   std::unique_ptr<Process> process_;
 };
-
-/// A port of 127.0.0.1 that nobody used a moment ago.
-int freePort();
 
 }  // namespace support
