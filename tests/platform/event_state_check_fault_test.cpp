@@ -97,8 +97,12 @@ class EventStateCheckFault : public support::EventTest {
       };
   /// A later connection of the events has begun.
   std::function<void(Connection& connection)> onAgain_ = [](Connection& /*connection*/) {};
+  // What scripts use outlives the fake broker, whose threads may still run them at the test's end.
   std::atomic<Connection*> events_{nullptr};
+  std::atomic<int> connections_{0};
   std::atomic<int> asked_{0};
+  std::atomic<int> syncs_{0};
+  std::atomic<int> barriers_{0};
   std::unique_ptr<support::FakeBroker> fake_;
   support::ConsumerPtr consumer_;
   std::unique_ptr<support::Subscriber> all_;
@@ -138,8 +142,6 @@ class EventStateCheckFault : public support::EventTest {
       (asked_ > 0 ? onBarrier_ : onSync_)(connection, packet);
     }
   }
-
-  std::atomic<int> connections_{0};
 };
 
 TEST_F(EventStateCheckFault, AStateThatTheBrokerRefusesToTellIsKept) {
@@ -184,16 +186,16 @@ TEST_F(EventStateCheckFault, AStateThatComesLateIsWaitedFor) {
 }
 
 TEST_F(EventStateCheckFault, TheStatesOfANewConnectionMayComeInSeveralRounds) {
-  int rounds = 0;
-  onSync_ = [&rounds](Connection& connection, const std::string& probe) {
-    if (rounds++ == 0) {
+  onSync_ = [this](Connection& connection, const std::string& probe) {
+    const int round = ++syncs_;
+    if (round == 1) {
       connection.send(mqtt::retained(kFirst, state(1, 0)));
       connection.send(mqtt::unsuback(probe));
       connection.send(mqtt::retained(kSecond, state(2, 0)));
     } else {
       connection.send(mqtt::unsuback(probe));
     }
-    if (rounds == 2) {
+    if (round == 2) {
       connection.send(mqtt::retained(kSecond, state(2, 1)));
     }
   };
@@ -210,9 +212,8 @@ TEST_F(EventStateCheckFault, AnAnswerThatOvertakesTheEventOfTheSameChangeDoesNot
     connection.send(mqtt::suback(subscribe, granted(subscribe)));
     answerProbes(connection);
   };
-  int barriers = 0;
-  onBarrier_ = [&barriers](Connection& connection, const std::string& probe) {
-    if (barriers++ == 0) {
+  onBarrier_ = [this](Connection& connection, const std::string& probe) {
+    if (barriers_++ == 0) {
       // What one answer's time is enough for, and what is still queued behind it.
       connection.send(mqtt::retained(kSecond, state(2, 5)));
       connection.send(mqtt::unsuback(probe));
@@ -253,10 +254,9 @@ TEST_F(EventStateCheckFault, AnswersAboutAnEarlierConnectionAreNotUsed) {
     connection.send(mqtt::retained(kFirst, state(1, 0)));
     connection.send(mqtt::retained(kSecond, state(2, 0)));
   };
-  int barriers = 0;
-  onBarrier_ = [&barriers](Connection& connection, const std::string& probe) {
+  onBarrier_ = [this](Connection& connection, const std::string& probe) {
     connection.send(mqtt::unsuback(probe));
-    if (barriers++ == 0) {
+    if (barriers_++ == 0) {
       connection.send(mqtt::retained(kSecond, state(2, 1)));
     }
   };
