@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -58,7 +59,7 @@ class EventStateCheckFault : public support::EventTest {
   void start() {
     fake_ = std::make_unique<support::FakeBroker>(
         [this](Connection& connection, int /*number*/) { serve(connection); });
-    consumer_ = support::consumerOf(fake_->address());
+    consumer_ = support::consumerOf(fake_->address(), timing_);
     all_ = std::make_unique<support::Subscriber>(consumer_.get());
     ASSERT_TRUE(all_->waitForEvents(2));
     all_->clear();
@@ -97,6 +98,7 @@ class EventStateCheckFault : public support::EventTest {
       };
   /// A later connection of the events has begun.
   std::function<void(Connection& connection)> onAgain_ = [](Connection& /*connection*/) {};
+  event::Timing timing_ = support::quickTiming();
   // What scripts use outlives the fake broker, whose threads may still run them at the test's end.
   std::atomic<Connection*> events_{nullptr};
   std::atomic<int> connections_{0};
@@ -174,6 +176,8 @@ TEST_F(EventStateCheckFault, WhatIsNoStateThereLeavesThePropertyAsItIs) {
 }
 
 TEST_F(EventStateCheckFault, AStateThatComesLateIsWaitedFor) {
+  // Far more than it takes from asking to the first probe: the second one comes after this time.
+  timing_.stateSettling = std::chrono::seconds(2);
   onAsked_ = [](Connection& connection, const std::string& subscribe) {
     connection.send(mqtt::suback(subscribe, granted(subscribe)));
     connection.send(mqtt::unsuback(connection.read()));
