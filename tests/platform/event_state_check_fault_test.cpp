@@ -220,8 +220,7 @@ TEST_F(EventStateCheckFault, AnAnswerThatOvertakesTheEventOfTheSameChangeDoesNot
     if (barriers_++ == 0) {
       // What one answer's time is enough for, and what is still queued behind it.
       connection.send(mqtt::retained(kSecond, state(2, 5)));
-      connection.send(mqtt::unsuback(probe));
-      connection.send(mqtt::retained(kFirst, state(1, 1)));
+      connection.send(mqtt::unsuback(probe) + mqtt::retained(kFirst, state(1, 1)));
     } else {
       connection.send(mqtt::unsuback(probe));
       connection.send(mqtt::retained(kSecond, state(2, 1)));
