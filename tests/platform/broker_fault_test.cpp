@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -57,9 +58,11 @@ TEST_F(BrokerFault, ABrokerThatIsKilledAndRestartedIsFoundAgain) {
 }
 
 TEST_F(BrokerFault, ABrokerThatTakesTheConnectionAndSaysNothingIsGivenUpAndTriedAgain) {
+  event::Timing impatient = support::quickTiming();
+  impatient.connectTimeout = std::chrono::milliseconds(500);
   broker_.start();
   broker_.freeze();
-  const support::ConsumerPtr consumer = support::consumerOf(broker_.address());
+  const support::ConsumerPtr consumer = support::consumerOf(broker_.address(), impatient);
   ASSERT_TRUE(waitForLog("No connection to the broker at " + broker_.address() + ": no answer"));
   broker_.thaw();
   ASSERT_TRUE(waitForLog("Connected"));

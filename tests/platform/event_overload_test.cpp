@@ -194,8 +194,10 @@ TEST_F(EventEnd, WhileAConnectionAttemptGoesUnanswered) {
     queued.emplace_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     connect(queued.back().get(), reinterpret_cast<sockaddr*>(&address), size);
   }
+  event::Timing impatient = support::quickTiming();
+  impatient.connectTimeout = std::chrono::milliseconds(500);
   support::ConsumerPtr consumer =
-      support::consumerOf("127.0.0.1:" + std::to_string(ntohs(address.sin_port)));
+      support::consumerOf("127.0.0.1:" + std::to_string(ntohs(address.sin_port)), impatient);
   ASSERT_TRUE(waitForLog("no answer")) << "given up long before the kernel would";
   consumer.reset();
 }

@@ -161,7 +161,6 @@ model::EventMatcher onTopic(const std::string& local, bool subtree) {
 event::Timing quickTiming() {
   using Milliseconds = event::Timing::Milliseconds;
   event::Timing timing;
-  timing.connectTimeout = Milliseconds(500);
   timing.firstBackOff = Milliseconds(20);
   timing.longestBackOff = Milliseconds(100);
   timing.keepAlive = std::chrono::seconds(5);

@@ -106,7 +106,8 @@ class Subscriber {
 /// A matcher for one topic, or with `subtree` for all within it.
 model::EventMatcher onTopic(const std::string& local, bool subtree = false);
 
-/// Short waits, for tests of what happens after them.
+/// Short waits, for tests of what happens after them. Connecting may take its time: a try that is
+/// given up would be one more, and its reason another line.
 event::Timing quickTiming();
 
 using ConsumerPtr = common::Ptr<EventConsumer, event_consumer_free>;
