@@ -62,7 +62,9 @@ class EventStateCheckFault : public support::EventTest {
     consumer_ = support::consumerOf(fake_->address(), timing_);
     all_ = std::make_unique<support::Subscriber>(consumer_.get());
     ASSERT_TRUE(all_->waitForEvents(2));
+    ASSERT_TRUE(support::waitFor([this] { return events_ != nullptr; }));
     all_->clear();
+    events_.load()->end();
   }
   /// Behind the answer about the second state comes an event of the first.
   void changeTheFirstAfterwards() {
@@ -128,6 +130,9 @@ class EventStateCheckFault : public support::EventTest {
         connection.send(mqtt::retained(kFirst, state(1, 0)));
         connection.send(mqtt::retained(kSecond, state(2, 0)));
         connection.read();
+        // The test ends it, when it has seen the states and nothing else.
+        events_ = &connection;
+        connection.waitForEnd();
         return;
       case 1:
         break;
