@@ -236,6 +236,8 @@ TEST(MessageReader, NamesTheByteOfAFault) {
   EXPECT_EQ(faultOf("{\"Data\":{\"a\":\"x\\y\"}}"), "byte 16: an escape that JSON does not have");
   EXPECT_EQ(faultOf("{\"a\":\"b"), "byte 6: a string without an end");
   EXPECT_EQ(faultOf("{\"a\":\"b\nc\"}"), "byte 8: a control character in a string");
+  EXPECT_EQ(faultOf(std::string("{\"a\":\"b\0c\"}", 11)),
+            "byte 8: a control character in a string");
   EXPECT_EQ(faultOf("{\n\"a\"\n:\n\"b\nc\"}"), "byte 11: a control character in a string");
   EXPECT_EQ(faultOf("{\"a\":\"b\"\"c\nd\"}"), "byte 11: a control character in a string");
 }
