@@ -8,6 +8,7 @@
 
 #include "common/ptr.h"
 #include "service/dbus_names.h"
+#include "tests/support/glib_test.h"
 #include "user_bus.h"
 
 namespace {
@@ -206,7 +207,7 @@ TEST_F(PolicyTest, TheStreamingServiceCallsAndIsAnsweredByTheServicesOwnUser) {
         call(connection, dbus_names::kDataSourceBusName, dbus_names::kDataSourceObjectPath,
              "com.ovra.WSDataStreaming1.DataSource", "HandleRequest",
              g_variant_new("(ssssss)", "s", "no version", "1", "events", "configure", "{}"));
-    if (!turnUntil([&answer] { return answer.arrived; })) {
+    if (!support::waitFor([&answer] { return answer.arrived; })) {
       return "owned " + owned + ", created " + created + ", handled " + handled + ", no answer";
     }
     return "answered by " + std::to_string(ownerOf(connection, answer.sender.c_str()));

@@ -18,10 +18,9 @@
 #include <stdexcept>
 
 #include "common/ptr.h"
+#include "tests/support/glib_test.h"
 
 namespace {
-
-constexpr int kDeadlineSeconds = 30;
 
 /// In a child: the test's end is its own, too.
 void dieWith(pid_t parent) {
@@ -184,22 +183,6 @@ std::string requestName(GDBusConnection* connection, const char* name) {
               "RequestName", g_variant_new("(su)", name, 4U));
 }
 
-bool turnUntil(const std::function<bool()>& condition) {
-  bool late = false;
-  const guint timer = g_timeout_add_seconds(
-      kDeadlineSeconds,
-      [](void* flag) -> gboolean {
-        *static_cast<bool*>(flag) = true;
-        return G_SOURCE_CONTINUE;
-      },
-      &late);
-  while (!condition() && !late) {
-    g_main_context_iteration(nullptr, TRUE);
-  }
-  g_source_remove(timer);
-  return condition();
-}
-
 bool waitForName(GDBusConnection* connection, const char* name) {
   bool there = false;
   const guint watch = g_bus_watch_name_on_connection(
@@ -208,7 +191,7 @@ bool waitForName(GDBusConnection* connection, const char* name) {
         *static_cast<bool*>(flag) = true;
       },
       nullptr, &there, nullptr);
-  const bool seen = turnUntil([&there] { return there; });
+  const bool seen = support::waitFor([&there] { return there; });
   g_bus_unwatch_name(watch);
   return seen;
 }

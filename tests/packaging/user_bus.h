@@ -62,5 +62,3 @@ std::string call(GDBusConnection* connection, const char* destination, const cha
 std::string requestName(GDBusConnection* connection, const char* name);
 /// Waits until somebody owns the name; false if nobody does in time.
 bool waitForName(GDBusConnection* connection, const char* name);
-/// Turns the main loop until the condition holds; false if it does not in time.
-bool turnUntil(const std::function<bool()>& condition);
